@@ -1,0 +1,38 @@
+// Entry point of zel-tool and zel-dbg. Any other program name runs as zel-tool, with the
+// program name (as the system passed it) as the first command word.
+#include <string>
+#include <vector>
+
+#include "clt_logger.h"
+#include "cmd_line_tool.h"
+#include "configuration.h"
+
+int main(int argc, char* argv[]) {
+    using zel::clt::Configuration;
+    zel::clt::CltLogger::GetInstance().InitLoger();
+
+    std::string name = argc > 0 && argv[0] != nullptr ? argv[0] : "";
+    const auto slash = name.rfind('/');
+    if (slash != std::string::npos) {
+        name = name.substr(slash + 1);
+    }
+    int first = 0;
+    if (name == "zel-tool" || name == "zel-dbg") {
+        Configuration::GetInstance().SetName(name);
+        first = 1;
+    } else {
+        Configuration::GetInstance().SetName("zel-tool");
+    }
+
+    std::vector<std::string> words;
+    std::string line = name;
+    for (int i = first; i < argc; ++i) {
+        words.emplace_back(argv[i]);
+        line += " ";
+        line += argv[i];
+    }
+    CLT_LOG_DEBUG << "execute command:" << line;
+
+    zel::clt::CmdLineTool tool(words);
+    return tool.Run() < 0 ? -1 : 0;
+}

@@ -1,0 +1,27 @@
+// Levels and modes of the platform logger, with the values of the AUTOSAR Adaptive logging API.
+#ifndef ARA_LOG_COMMON_H
+#define ARA_LOG_COMMON_H
+
+#include <cstdint>
+
+namespace ara::log {
+
+enum class LogLevel : std::uint8_t {
+    kOff = 0x00,
+    kFatal = 0x01,
+    kError = 0x02,
+    kWarn = 0x03,
+    kInfo = 0x04,
+    kDebug = 0x05,
+    kVerbose = 0x06,
+};
+
+enum class LogMode : std::uint8_t {
+    kRemote = 0x01,
+    kFile = 0x02,
+    kConsole = 0x04,
+};
+
+}  // namespace ara::log
+
+#endif  // ARA_LOG_COMMON_H

@@ -1,0 +1,86 @@
+#include "ara/log/logging.h"
+
+#include <dlt/dlt.h>
+
+#include <algorithm>
+#include <deque>
+#include <limits>
+#include <mutex>
+
+namespace ara::log {
+
+struct Logger::Context {
+    DltContext dlt{};
+};
+
+struct LogStream::Record {
+    DltContextData data{};
+};
+
+namespace {
+
+// DLT ids are at most four characters.
+std::string DltId(core::StringView id) { return std::string(id.substr(0, 4)); }
+
+}  // namespace
+
+void InitLogging(std::string appId, std::string appDescription, LogLevel /*appDefLogLevel*/, LogMode /*logMode*/,
+                 std::string /*directoryPath*/) {
+    // libdlt reports its own troubles on the terminal and waits up to ten seconds at exit to
+    // hand buffered records to a daemon; a command-line tool must do neither.
+    dlt_log_init(DLT_LOG_DROPPED);
+    dlt_set_resend_timeout_atexit(0);
+    dlt_register_app(DltId(appId).c_str(), appDescription.c_str());
+}
+
+Logger& CreateLogger(core::StringView ctxId, core::StringView ctxDescription, LogLevel ctxDefLogLevel) {
+    // Contexts live until process exit, as libdlt keeps pointers to them.
+    static std::mutex mutex;
+    static auto* loggers = new std::deque<Logger>();
+    std::lock_guard<std::mutex> lock(mutex);
+    return loggers->emplace_back(ctxId, ctxDescription, ctxDefLogLevel);
+}
+
+Logger::Logger(core::StringView ctxId, core::StringView ctxDescription, LogLevel ctxDefLogLevel)
+    : context_(std::make_unique<Context>()) {
+    dlt_register_context_ll_ts(&context_->dlt, DltId(ctxId).c_str(), std::string(ctxDescription).c_str(),
+                               static_cast<int>(ctxDefLogLevel), DLT_TRACE_STATUS_OFF);
+}
+
+Logger::~Logger() = default;
+
+LogStream::LogStream(const Logger& logger, LogLevel level) : record_(std::make_unique<Record>()) {
+    if (dlt_user_log_write_start(&logger.GetContext().dlt, &record_->data, static_cast<DltLogLevelType>(level)) <=
+        0) {
+        record_.reset();
+    }
+}
+
+LogStream::LogStream(LogStream&& other) noexcept = default;
+
+LogStream::~LogStream() {
+    if (record_) {
+        dlt_user_log_write_finish(&record_->data);
+    }
+}
+
+LogStream& LogStream::operator<<(core::StringView text) {
+    if (record_) {
+        const auto length = std::min<std::size_t>(text.size(), std::numeric_limits<uint16_t>::max());
+        dlt_user_log_write_sized_string(&record_->data, text.data(), static_cast<uint16_t>(length));
+    }
+    return *this;
+}
+
+LogStream& LogStream::operator<<(const char* text) { return *this << core::StringView(text); }
+
+LogStream& LogStream::operator<<(const core::String& text) { return *this << core::StringView(text); }
+
+LogStream& LogStream::operator<<(int value) {
+    if (record_) {
+        dlt_user_log_write_int32(&record_->data, value);
+    }
+    return *this;
+}
+
+}  // namespace ara::log
