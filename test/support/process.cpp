@@ -167,7 +167,7 @@ bool Process::WaitForOut(const std::string& text, std::chrono::milliseconds time
     return true;
 }
 
-ProcessResult Run(const std::string& path, const std::vector<std::string>& argv, const std::vector<std::string>& env,
+ProcessResult RunProgram(const std::string& path, const std::vector<std::string>& argv, const std::vector<std::string>& env,
                   std::chrono::milliseconds timeout) {
     Process process(path, argv, env);
     return process.Wait(timeout);

@@ -48,7 +48,7 @@ private:
 };
 
 // Runs to the end and returns what happened.
-ProcessResult Run(const std::string& path, const std::vector<std::string>& argv,
+ProcessResult RunProgram(const std::string& path, const std::vector<std::string>& argv,
                   const std::vector<std::string>& env = {},
                   std::chrono::milliseconds timeout = std::chrono::seconds(20));
 

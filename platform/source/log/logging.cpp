@@ -31,6 +31,8 @@ void InitLogging(std::string appId, std::string appDescription, LogLevel /*appDe
     dlt_log_init(DLT_LOG_DROPPED);
     dlt_set_resend_timeout_atexit(0);
     dlt_register_app(DltId(appId).c_str(), appDescription.c_str());
+    // A failed first set-up is retried by the registration, which resets the timeout.
+    dlt_set_resend_timeout_atexit(0);
 }
 
 Logger& CreateLogger(core::StringView ctxId, core::StringView ctxDescription, LogLevel ctxDefLogLevel) {

@@ -1,0 +1,73 @@
+#include "log_control_service.h"
+
+#include <sys/socket.h>
+
+#include <iostream>
+#include <utility>
+
+#include "zel_paths.h"
+
+namespace zel::clt {
+namespace {
+
+constexpr int kStreamSendFlags = MSG_NOSIGNAL | MSG_DONTWAIT;  // 16448
+constexpr int kDatagramSendFlags = 0;
+constexpr uint16_t kSocPort = 50513;
+constexpr uint16_t kMcuPort = 51344;
+constexpr std::size_t kIdLength = 4;
+
+static_assert(kStreamSendFlags == 16448, "the daemon link sends without blocking and without SIGPIPE");
+
+}  // namespace
+
+LogControlService::LogControlService() : m_unixTcpconnect(paths::kLogDaemonCtrlSocket) {}
+
+void LogControlService::ControlLevel(std::string appId, std::string ctxId, ara::log::LogLevel level) {
+    appId = appId.substr(0, kIdLength);
+    ctxId = ctxId.substr(0, kIdLength);
+    m_ctrlMsg.SetControlLogLevel(ara::log::LogControlMsgSetLogLevel(std::move(appId), std::move(ctxId), level));
+    if (SendLocalLogLevel() != 0) {
+        std::cout << "fail to send local log level " << std::endl;
+    }
+}
+
+void LogControlService::ControlDefaultLevel(ara::log::LogLevel level) {
+    m_ctrlMsg.SetControlDefaultLogLevel(ara::log::LogControlMsgSetDefaultLogLevel(level));
+    if (SendLocalLogLevel() != 0) {
+        std::cout << "fail to send local log level " << std::endl;
+    }
+    if (SendLogLevelToRemote() != 0) {
+        std::cout << "fail to send MCU log level " << std::endl;
+    }
+}
+
+int32_t LogControlService::SendLocalLogLevel() {
+    if (!m_unixTcpconnect.StartUp()) {
+        std::cout << "fail to create connection with log_daemon " << std::endl;
+        return -1;
+    }
+    const int sent = m_unixTcpconnect.Send(m_ctrlMsg.Serialize(), kStreamSendFlags);
+    m_unixTcpconnect.Close();
+    if (sent < 0) {
+        std::cout << "fail to send buffer to log_daemon" << std::endl;
+        return -1;
+    }
+    return 0;
+}
+
+int32_t LogControlService::SendLogLevelToRemote() const {
+    ara::log::InetUdpSocket socket(paths::kSocAddress, kSocPort, paths::kMcuAddress, kMcuPort);
+    if (!socket.StartUp()) {
+        std::cout << "fail to create connection with MCU " << std::endl;
+        return -1;
+    }
+    const int sent = socket.Send(m_ctrlMsg.Serialize(), kDatagramSendFlags);
+    socket.Close();
+    if (sent < 0) {
+        std::cout << "fail to send buffer to MCU" << std::endl;
+        return -1;
+    }
+    return 0;
+}
+
+}  // namespace zel::clt
