@@ -42,7 +42,7 @@ DltDaemon::DltDaemon(const std::string& controlSocket) {
     std::filesystem::create_directories(std::filesystem::path(controlSocket).parent_path());
     std::filesystem::remove(controlSocket);
     WriteFile(dir_ + "/dlt.conf", "ECUId = ECU1\nControlSocketPath = " + controlSocket +
-                                      "\nSharedMemorySize = 100000\nLoggingMode = 0\nLoggingLevel = 3\n");
+                                      "\nSharedMemorySize = 100000\nLoggingMode = 0\nLoggingLevel = 5\n");
     daemon_ = std::make_unique<Process>("/usr/bin/dlt-daemon",
                                         std::vector<std::string>{"dlt-daemon", "-c", dir_ + "/dlt.conf", "-t", dir_,
                                                                  "-p", std::to_string(port_)});
@@ -61,6 +61,10 @@ DltDaemon::~DltDaemon() {
     }
     std::error_code ignored;
     std::filesystem::remove_all(dir_, ignored);
+}
+
+bool DltDaemon::WaitForLog(const std::string& text, int timeoutMs) const {
+    return WaitFor([&] { return Log().find(text) != std::string::npos; }, timeoutMs);
 }
 
 bool DltDaemon::Record(const std::string& file) {

@@ -25,6 +25,10 @@ public:
     std::vector<std::string> ClientEnv() const { return {"DLT_PIPE_DIR=" + dir_}; }
     int Port() const { return port_; }
     const std::string& Dir() const { return dir_; }
+    // What the daemon itself reported so far (its own log, at notice level and above).
+    std::string Log() const { return daemon_->Out() + daemon_->Err(); }
+    // Waits until the daemon's log holds text.
+    bool WaitForLog(const std::string& text, int timeoutMs = 5000) const;
 
     // Starts dlt-receive writing everything the daemon forwards to file; true once connected.
     bool Record(const std::string& file);
