@@ -121,6 +121,7 @@ TEST_F(ToolTest, AllListsEveryPattern) {
 
 TEST_F(ToolTest, PluginHelp) {
     Expect(Tool({"log-control", "help"}), 0, PluginHelp("log-control"));
+    Expect(Tool({"log-convert", "help"}), 0, PluginHelp("log-convert"));
     Expect(Tool({"clt", "help"}), 0, CltHelp());
     // foo is no plug-in: its line goes to the clt patterns
     Expect(Tool({"foo", "help"}), 255, kNotSupported + CltHelp());
@@ -130,6 +131,8 @@ TEST_F(ToolTest, PluginHelp) {
 TEST_F(ToolTest, WordsMatchingNoPattern) {
     Expect(Tool({"log-control", "foo"}), 255, kNotSupported + PluginHelp("log-control"));
     Expect(Tool({"log-control", "appid"}), 255, kNotSupported + PluginHelp("log-control"));
+    Expect(Tool({"log-convert"}), 255, kNotSupported + PluginHelp("log-convert"));
+    Expect(Tool({"log-convert", "datatime", "manatime", "x.log"}), 255, kNotSupported + PluginHelp("log-convert"));
     Expect(Tool({"whatever", "you", "say"}), 255, kNotSupported + CltHelp());
 }
 
@@ -166,7 +169,7 @@ TEST_F(ToolTest, NoConfigurationDirectory) {
 TEST_F(ToolTest, EmptySystemDirectoryTakesPrecedence) {
     fs::create_directories(paths::kSystemConfDir);
     Expect(Tool({"-v"}), 255, "clt plugin config open failed\n");
-    Expect(Tool({"log-control", "help"}), 255, "log-control plugin config open failed\nload log-control plugin fail\n");
+    Expect(Tool({"log-convert", "help"}), 255, "log-convert plugin config open failed\nload log-convert plugin fail\n");
 }
 
 // Writes text as the log-control configuration and returns what "log-control level warn" and

@@ -1,0 +1,80 @@
+// One decoded DLT message (without its storage header): standard header, extended header and
+// payload. Filled by LogStorageMsg::Deserialize; a version 2 message is presented through the
+// same headers (see log_storage_msg.h for both byte layouts).
+#ifndef ARA_LOG_LOG_LT_MESSAGE_H
+#define ARA_LOG_LOG_LT_MESSAGE_H
+
+#include <cstdint>
+#include <string>
+
+#include "ara/core/string.h"
+#include "ara/log/common.h"
+
+namespace ara::log {
+
+// Message type of the message info (MSIN bits 1-3).
+enum class MessageType : std::uint8_t { kLog = 0, kAppTrace = 1, kNwTrace = 2, kControl = 3 };
+
+class StandardHeader {
+public:
+    std::uint8_t GetMcnt() const { return mcnt_; }
+    // True when the message carries application id, context id and message info.
+    bool IsHytpUeh() const { return hasExtendedHeader_; }
+    std::uint8_t GetVersion() const { return version_; }
+
+private:
+    friend class LogStorageMsg;
+    std::uint8_t version_ = 0;
+    std::uint8_t mcnt_ = 0;
+    bool hasExtendedHeader_ = false;
+};
+
+class ExtendedHeader {
+public:
+    const core::String& GetApid() const { return apid_; }
+    const core::String& GetCtid() const { return ctid_; }
+    // The type info of the message info: the level of a log message (possibly out of range).
+    LogLevel GetLogLevel() const { return static_cast<LogLevel>(msin_ >> 4); }
+    MessageType GetMessageType() const { return static_cast<MessageType>((msin_ >> 1) & 0x07); }
+    bool IsVerbose() const { return (msin_ & 0x01) != 0; }
+    std::uint8_t GetNoar() const { return noar_; }
+
+private:
+    friend class LogStorageMsg;
+    core::String apid_;
+    core::String ctid_;
+    std::uint8_t msin_ = 0;
+    std::uint8_t noar_ = 0;
+};
+
+// How the payload bytes are to be read.
+struct PayloadFormat {
+    enum class Kind : std::uint8_t { kVerbose, kNonVerbose, kControl };
+    Kind kind = Kind::kVerbose;
+    bool bigEndian = false;        // version 1 MSBF flag
+    std::uint8_t noar = 0;         // verbose: number of arguments
+    bool response = false;         // control: a response carries a status byte
+    bool hasMessageId = false;     // version 2 non-verbose: the id comes from the header
+    std::uint32_t messageId = 0;
+};
+
+class LogLTMessage {
+public:
+    const StandardHeader& GetStandardHeader() const { return standard_; }
+    const ExtendedHeader& GetExtendedHeader() const { return extended_; }
+    // The payload as text, the way the standard DLT converter prints it in ASCII mode.
+    const core::String& GetPayload() const;
+
+private:
+    friend class LogStorageMsg;
+    StandardHeader standard_;
+    ExtendedHeader extended_;
+    PayloadFormat format_;
+    std::string rawPayload_;
+    mutable std::string text_;
+    mutable bool textReady_ = false;
+};
+
+}  // namespace ara::log
+
+#endif  // ARA_LOG_LOG_LT_MESSAGE_H

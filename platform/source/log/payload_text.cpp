@@ -1,0 +1,310 @@
+#include "payload_text.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+
+namespace ara::log {
+namespace {
+
+// Type info bits of a verbose argument.
+constexpr std::uint32_t kTypeLength = 0x0000000F;
+constexpr std::uint32_t kBool = 0x00000010;
+constexpr std::uint32_t kSint = 0x00000020;
+constexpr std::uint32_t kUint = 0x00000040;
+constexpr std::uint32_t kFloat = 0x00000080;
+constexpr std::uint32_t kString = 0x00000200;
+constexpr std::uint32_t kRaw = 0x00000400;
+constexpr std::uint32_t kVariable = 0x00000800;
+constexpr std::uint32_t kFixedPoint = 0x00001000;
+constexpr std::uint32_t kCoding = 0x00038000;
+constexpr std::uint32_t kCodingHex = 0x00010000;
+constexpr std::uint32_t kCodingBin = 0x00018000;
+
+constexpr char kHexDigits[] = "0123456789abcdef";
+
+// Names of the control services 0x01..0x14.
+constexpr const char* kServiceNames[] = {
+    "",
+    "set_log_level",
+    "set_trace_status",
+    "get_log_info",
+    "get_default_log_level",
+    "store_config",
+    "reset_to_factory_default",
+    "set_com_interface_status",
+    "set_com_interface_max_bandwidth",
+    "set_verbose_mode",
+    "set_message_filtering",
+    "set_timing_packets",
+    "get_local_time",
+    "use_ecu_id",
+    "use_session_id",
+    "use_timestamp",
+    "use_extended_header",
+    "set_default_log_level",
+    "set_default_trace_status",
+    "get_software_version",
+    "message_buffer_overflow",
+};
+
+void AppendHex(const std::uint8_t* data, std::size_t size, char separator, std::string& out) {
+    for (std::size_t i = 0; i < size; ++i) {
+        if (i != 0) {
+            out += separator;
+        }
+        out += kHexDigits[data[i] >> 4];
+        out += kHexDigits[data[i] & 0x0F];
+    }
+}
+
+// Reads integers in the payload's byte order, never past the end.
+class Reader {
+public:
+    Reader(const std::uint8_t* data, std::size_t size, bool bigEndian)
+        : data_(data), size_(size), bigEndian_(bigEndian) {}
+
+    std::size_t Position() const { return pos_; }
+    std::size_t Left() const { return size_ - pos_; }
+    const std::uint8_t* Here() const { return data_ + pos_; }
+
+    bool Skip(std::size_t n) {
+        if (Left() < n) {
+            return false;
+        }
+        pos_ += n;
+        return true;
+    }
+    bool Unsigned(std::size_t bytes, std::uint64_t& value) {
+        if (Left() < bytes) {
+            return false;
+        }
+        value = 0;
+        for (std::size_t i = 0; i < bytes; ++i) {
+            const std::size_t at = bigEndian_ ? i : bytes - 1 - i;
+            value = (value << 8) | data_[pos_ + at];
+        }
+        pos_ += bytes;
+        return true;
+    }
+    bool U16(std::uint16_t& value) {
+        std::uint64_t v = 0;
+        const bool ok = Unsigned(2, v);
+        value = static_cast<std::uint16_t>(v);
+        return ok;
+    }
+    bool U32(std::uint32_t& value) {
+        std::uint64_t v = 0;
+        const bool ok = Unsigned(4, v);
+        value = static_cast<std::uint32_t>(v);
+        return ok;
+    }
+
+private:
+    const std::uint8_t* data_;
+    std::size_t size_;
+    bool bigEndian_;
+    std::size_t pos_ = 0;
+};
+
+std::size_t LengthBytes(std::uint32_t typeInfo) {
+    switch (typeInfo & kTypeLength) {
+        case 1: return 1;
+        case 2: return 2;
+        case 3: return 4;
+        case 4: return 8;
+        case 5: return 16;
+        default: return 0;
+    }
+}
+
+void AppendNumber(const char* format, std::uint64_t value, std::string& out) {
+    char text[32];
+    std::snprintf(text, sizeof(text), format, value);
+    out += text;
+}
+
+void AppendSigned(std::uint64_t raw, std::size_t bytes, std::string& out) {
+    const unsigned shift = static_cast<unsigned>(64 - 8 * bytes);
+    const auto value = static_cast<std::int64_t>(raw << shift) >> shift;  // sign-extend
+    char text[32];
+    std::snprintf(text, sizeof(text), "%" PRId64, value);
+    out += text;
+}
+
+void AppendBinary(std::uint64_t value, std::size_t bytes, std::string& out) {
+    out += "0b";
+    for (std::size_t bit = 8 * bytes; bit-- > 0;) {
+        out += ((value >> bit) & 1) != 0 ? '1' : '0';
+        if (bit % 4 == 0 && bit != 0) {
+            out += ' ';
+        }
+    }
+}
+
+void AppendFloat(std::uint64_t raw, std::size_t bytes, std::string& out) {
+    char text[64];
+    if (bytes == 4) {
+        const auto bits = static_cast<std::uint32_t>(raw);
+        float f;
+        std::memcpy(&f, &bits, sizeof(f));
+        std::snprintf(text, sizeof(text), "%g", static_cast<double>(f));
+    } else {
+        double d;
+        std::memcpy(&d, &raw, sizeof(d));
+        std::snprintf(text, sizeof(text), "%g", d);
+    }
+    out += text;
+}
+
+// The name (and unit) that a variable-info argument carries in front of its value.
+bool SkipNameAndUnit(Reader& r, bool withUnit) {
+    std::uint16_t nameLength = 0;
+    std::uint16_t unitLength = 0;
+    if (!r.U16(nameLength) || (withUnit && !r.U16(unitLength))) {
+        return false;
+    }
+    return r.Skip(nameLength) && r.Skip(unitLength);
+}
+
+bool AppendArgument(Reader& r, std::string& out) {
+    std::uint32_t typeInfo = 0;
+    if (!r.U32(typeInfo)) {
+        return false;
+    }
+    const bool variable = (typeInfo & kVariable) != 0;
+    if ((typeInfo & (kString | kRaw)) != 0) {
+        std::uint16_t length = 0;
+        if (!r.U16(length) || (variable && !SkipNameAndUnit(r, false)) || r.Left() < length) {
+            return false;
+        }
+        const std::uint8_t* data = r.Here();
+        r.Skip(length);
+        if ((typeInfo & kString) != 0) {
+            for (std::size_t i = 0; i < length && data[i] != 0; ++i) {
+                const char ch = static_cast<char>(data[i]);
+                out += (ch == '\r' || ch == '\n') ? ' ' : ch;
+            }
+        } else {
+            AppendHex(data, length, '\'', out);
+        }
+        return true;
+    }
+    if ((typeInfo & kFixedPoint) != 0) {
+        return false;  // no writer in use sends fixed-point values
+    }
+    const std::size_t bytes = LengthBytes(typeInfo);
+    if ((typeInfo & kBool) != 0) {
+        std::uint64_t value = 0;
+        if (bytes == 0 || (variable && !SkipNameAndUnit(r, false)) || !r.Unsigned(bytes, value)) {
+            return false;
+        }
+        AppendNumber("%" PRIu64, value, out);
+        return true;
+    }
+    if ((typeInfo & (kSint | kUint | kFloat)) == 0 || bytes == 0) {
+        return false;
+    }
+    if (variable && !SkipNameAndUnit(r, true)) {
+        return false;
+    }
+    const bool isFloat = (typeInfo & kFloat) != 0;
+    if (bytes == 16 || (isFloat && bytes == 2)) {
+        if (r.Left() < bytes) {
+            return false;
+        }
+        AppendHex(r.Here(), bytes, ' ', out);
+        return r.Skip(bytes);
+    }
+    std::uint64_t value = 0;
+    if (!r.Unsigned(bytes, value)) {
+        return false;
+    }
+    if (isFloat) {
+        if (bytes == 1) {
+            return false;
+        }
+        AppendFloat(value, bytes, out);
+    } else if ((typeInfo & kSint) != 0) {
+        AppendSigned(value, bytes, out);
+    } else if ((typeInfo & kCoding) == kCodingHex) {
+        char format[16];
+        std::snprintf(format, sizeof(format), "0x%%0%zu" PRIx64, 2 * bytes);
+        AppendNumber(format, value, out);
+    } else if ((typeInfo & kCoding) == kCodingBin) {
+        AppendBinary(value, bytes, out);
+    } else {
+        AppendNumber("%" PRIu64, value, out);
+    }
+    return true;
+}
+
+void AppendVerbose(const PayloadFormat& format, const std::uint8_t* data, std::size_t size, std::string& out) {
+    Reader r(data, size, format.bigEndian);
+    for (unsigned i = 0; i < format.noar; ++i) {
+        const std::size_t start = r.Position();
+        if (i != 0) {
+            out += ' ';
+        }
+        const std::size_t before = out.size();
+        if (!AppendArgument(r, out)) {
+            // what is left is shown as it is: nothing of a record is ever dropped
+            out.resize(before);
+            AppendHex(data + start, size - start, ' ', out);
+            return;
+        }
+    }
+}
+
+void AppendNonVerbose(const PayloadFormat& format, const std::uint8_t* data, std::size_t size, std::string& out) {
+    Reader r(data, size, format.bigEndian);
+    std::uint32_t id = format.messageId;
+    if (!format.hasMessageId && !r.U32(id)) {
+        AppendHex(data, size, ' ', out);
+        return;
+    }
+    AppendNumber("%" PRIu64, id, out);
+    out += ", ";
+    AppendHex(r.Here(), r.Left(), ' ', out);
+}
+
+void AppendControl(const PayloadFormat& format, const std::uint8_t* data, std::size_t size, std::string& out) {
+    Reader r(data, size, format.bigEndian);
+    std::uint32_t service = 0;
+    if (!r.U32(service)) {
+        AppendHex(data, size, ' ', out);
+        return;
+    }
+    if (service >= 1 && service < sizeof(kServiceNames) / sizeof(kServiceNames[0])) {
+        out += kServiceNames[service];
+    } else {
+        AppendNumber("service(%" PRIu64 ")", service, out);
+    }
+    if (format.response && r.Left() > 0) {
+        static constexpr const char* kStatus[] = {"ok", "not_supported", "error", "perm_denied", "warning"};
+        const std::uint8_t status = *r.Here();
+        r.Skip(1);
+        out += ", ";
+        if (status < sizeof(kStatus) / sizeof(kStatus[0])) {
+            out += kStatus[status];
+        } else {
+            AppendNumber("%" PRIu64, status, out);
+        }
+    }
+    if (r.Left() > 0) {
+        out += ", ";
+        AppendHex(r.Here(), r.Left(), ' ', out);
+    }
+}
+
+}  // namespace
+
+void AppendPayloadText(const PayloadFormat& format, const std::uint8_t* data, std::size_t size, std::string& out) {
+    switch (format.kind) {
+        case PayloadFormat::Kind::kVerbose: AppendVerbose(format, data, size, out); break;
+        case PayloadFormat::Kind::kNonVerbose: AppendNonVerbose(format, data, size, out); break;
+        case PayloadFormat::Kind::kControl: AppendControl(format, data, size, out); break;
+    }
+}
+
+}  // namespace ara::log

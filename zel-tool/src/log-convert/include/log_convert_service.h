@@ -1,0 +1,79 @@
+// LogConvertService: converts one stored DLT log file to text on standard output.
+//
+// ConvertLogFile checks the name (".log" or ".log.gz"), opens the file, prints every complete
+// record, reports bytes it could not parse, and in follow mode first goes back to the last
+// tailNum records and then prints records as they are appended, polling the size once a
+// second. The file is read in 2048-byte blocks in both directions; only an incomplete record
+// (or, backwards, the unparsed front of the span, at most one block) is carried between blocks.
+// Record lines go through the stream buffer and are flushed once per block and before every
+// wait and return; every other message is flushed at once.
+//
+// ConvertLogFile runs on the main thread. Stop may be called from any other thread at any
+// time: it ends the follow loop, which notices at once when waiting and otherwise after the
+// block it is printing.
+#ifndef ZEL_CLT_LOG_CONVERT_SERVICE_H
+#define ZEL_CLT_LOG_CONVERT_SERVICE_H
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "ara/log/log_storage_msg.h"
+#include "convert_command.h"
+
+namespace zel::clt {
+
+class LogConvertService {
+public:
+    explicit LogConvertService(ConvertCommand cmd);
+    virtual ~LogConvertService() = default;
+    LogConvertService(const LogConvertService&) = delete;
+    LogConvertService& operator=(const LogConvertService&) = delete;
+
+    // 0, or -1 when the file is refused or cannot be opened or measured (the reason is printed).
+    int32_t ConvertLogFile();
+    // Ends following; safe from any thread.
+    void Stop();
+
+private:
+    using Bytes = std::vector<uint8_t>;
+
+    bool CheckFileName();
+    bool OpenLogFile();
+    bool CalculateFileSize();
+    void ReadAndPrintLog();
+    bool ReadLogFile();
+    bool ReverseReadLogFile();
+    void SetLogStartPos();
+    void ReverseParseLogFile();
+    void PrintLog();
+    uint64_t DiscardLeftData();
+    void PrintMsg(const ara::log::LogStorageMsg& msg);
+    void ReportDiscard(uint64_t bytes) const;
+    // Waits up to a second for Stop.
+    void WaitForGrowth();
+
+    bool isGzip_ = false;
+    uint64_t fileSize_ = 0;
+    std::string realPathFileName_;
+    Bytes readDataBuf_;
+    Bytes leftDataBuf_;
+    std::ifstream logFileStream_;
+    ConvertCommand cmd_;
+    uint64_t discardSize_ = 0;
+
+    std::atomic<bool> following_;     // the follow flag: set from cmd_.isContinue, cleared by Stop
+    bool startPositioned_ = false;    // the backward positioning runs at most once
+    std::mutex stopMutex_;            // pairs with stopped_, so that a Stop is never missed
+    std::condition_variable stopped_;
+    ara::log::LogStorageMsg msg_;     // reused for every record
+    std::string line_;                // one record's line, reused
+};
+
+}  // namespace zel::clt
+
+#endif  // ZEL_CLT_LOG_CONVERT_SERVICE_H

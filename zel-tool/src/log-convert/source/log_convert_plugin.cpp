@@ -1,0 +1,122 @@
+#include "log_convert_plugin.h"
+
+#include <time.h>
+
+#include <cerrno>
+#include <functional>
+#include <iostream>
+#include <stdexcept>
+
+#include "configuration.h"
+#include "plugin_factory.h"
+
+namespace zel::clt {
+namespace {
+
+constexpr char kDatatime[] = "datatime";
+constexpr char kManatime[] = "manatime";
+constexpr char kContinue[] = "continue";
+
+// The count after "continue", as the standard conversion reads it (blanks, a sign, digits;
+// "12abc" is 12).
+bool ToInt(const std::string& word, int32_t& value) {
+    try {
+        value = std::stoi(word);
+        return true;
+    } catch (const std::invalid_argument&) {
+    } catch (const std::out_of_range&) {
+    }
+    std::cout << "error, num can not convert to be int" << std::endl;
+    return false;
+}
+
+void SleepOneMillisecond() {
+    timespec request{0, 1000000};
+    timespec remaining{};
+    while (nanosleep(&request, &remaining) != 0 && errno == EINTR) {
+        request = remaining;
+    }
+}
+
+}  // namespace
+
+bool LogConvertPlugin::ParseCommand(const std::vector<std::string>& words, ConvertCommand& command) {
+    // The time keyword comes first, then "continue", then the count; the file is always last.
+    std::size_t i = 1;
+    const std::size_t last = words.size() - 1;
+    if (words.size() < 2 || words.size() > 5) {
+        return false;
+    }
+    if (i < last && (words[i] == kDatatime || words[i] == kManatime)) {
+        (words[i] == kDatatime ? command.isManatime : command.isDatatime) = false;
+        ++i;
+    }
+    if (i < last && words[i] == kContinue) {
+        command.isContinue = true;
+        ++i;
+        if (i < last && !ToInt(words[i++], command.tailNum)) {
+            return false;
+        }
+    }
+    command.filename = words[last];
+    return i == last && !command.filename.empty();
+}
+
+void LogConvertPlugin::SetStage(Stage stage) {
+    std::lock_guard<std::mutex> lock(stageMutex_);
+    stage_ = stage;
+}
+
+int32_t LogConvertPlugin::ExecCmd(const std::vector<std::string>& cmd) {
+    ConvertCommand command;
+    if (!ParseCommand(cmd, command)) {
+        std::cout << "error, command is wrong " << std::endl;
+        Configuration::GetInstance().PrintHelp();
+        SetStage(Stage::kDone);
+        return 0;
+    }
+    {
+        std::lock_guard<std::mutex> lock(stageMutex_);
+        logViewPtr_ = std::make_unique<LogConvertService>(command);
+        if (terminated_) {
+            logViewPtr_->Stop();
+        }
+        stage_ = Stage::kConverting;
+    }
+    if (logViewPtr_->ConvertLogFile() < 0) {
+        Configuration::GetInstance().PrintHelp();
+    }
+    exitFlag_ = true;
+    SetStage(Stage::kDone);
+    return 0;
+}
+
+void LogConvertPlugin::Terminate() {
+    {
+        std::lock_guard<std::mutex> lock(stageMutex_);
+        terminated_ = true;
+        if (stage_ == Stage::kDone) {
+            return;
+        }
+        if (stage_ == Stage::kConverting) {
+            logViewPtr_->Stop();
+        }
+    }
+    while (true) {
+        {
+            std::lock_guard<std::mutex> lock(stageMutex_);
+            if (stage_ == Stage::kDone) {
+                return;
+            }
+        }
+        SleepOneMillisecond();
+    }
+}
+
+std::unique_ptr<Plugin> CreateLogConvertPlugin() { return std::make_unique<LogConvertPlugin>(); }
+
+namespace {
+const PluginFactory g_logConvert("log-convert", std::bind(CreateLogConvertPlugin));
+}  // namespace
+
+}  // namespace zel::clt

@@ -1,0 +1,340 @@
+#include "log_convert_service.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <climits>
+#include <cstdlib>
+#include <iostream>
+#include <utility>
+
+#include "ara/log/system_time.h"
+
+namespace zel::clt {
+namespace {
+
+constexpr std::size_t kBlockSize = 2048;
+constexpr std::size_t kMarkSize = 4;
+constexpr char kLogSuffix[] = ".log";
+constexpr char kGzipSuffix[] = ".log.gz";
+constexpr auto kPollInterval = std::chrono::seconds(1);
+
+// The only compressed-file header that is recognised: gzip, deflate, no flags, no time stamp,
+// no extra flags, operating system Unix.
+constexpr uint8_t kGzipHeader[] = {0x1F, 0x8B, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x03};
+
+bool CompareLogStorageMark(const std::vector<uint8_t>& buffer, uint64_t pos) {
+    if (pos + kMarkSize > buffer.size()) {
+        return false;
+    }
+    return buffer[pos] == 'D' && buffer[pos + 1] == 'L' && buffer[pos + 2] == 'T' &&
+           (buffer[pos + 3] == 0x01 || buffer[pos + 3] == 0x02);
+}
+
+bool IsGzipFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in.is_open()) {
+        std::cout << "call file open failed" << std::flush;
+        return false;
+    }
+    char header[sizeof(kGzipHeader)] = {};
+    in.read(header, sizeof(header));
+    return in.gcount() == static_cast<std::streamsize>(sizeof(header)) &&
+           std::equal(header, header + sizeof(header), reinterpret_cast<const char*>(kGzipHeader));
+}
+
+const char* LevelName(const ara::log::ExtendedHeader& header) {
+    using ara::log::MessageType;
+    switch (header.GetMessageType()) {
+        case MessageType::kLog: break;
+        case MessageType::kAppTrace: return "app_trace";
+        case MessageType::kNwTrace: return "nw_trace";
+        case MessageType::kControl: return "control";
+        default: return "unknown";
+    }
+    static constexpr const char* kLevels[] = {"off", "fatal", "error", "warn", "info", "debug", "verbose"};
+    const auto level = static_cast<std::size_t>(header.GetLogLevel());
+    return level < sizeof(kLevels) / sizeof(kLevels[0]) ? kLevels[level] : "unknown";
+}
+
+}  // namespace
+
+LogConvertService::LogConvertService(ConvertCommand cmd) : cmd_(std::move(cmd)), following_(cmd_.isContinue) {}
+
+void LogConvertService::Stop() {
+    {
+        std::lock_guard<std::mutex> lock(stopMutex_);
+        following_ = false;
+    }
+    stopped_.notify_all();
+}
+
+void LogConvertService::WaitForGrowth() {
+    std::unique_lock<std::mutex> lock(stopMutex_);
+    stopped_.wait_for(lock, kPollInterval, [this] { return !following_; });
+}
+
+bool LogConvertService::CheckFileName() {
+    const std::string& name = cmd_.filename;
+    const std::size_t at = name.rfind(kLogSuffix);
+    const std::string tail = at == std::string::npos ? std::string() : name.substr(at);
+    if (tail != kLogSuffix && tail != kGzipSuffix) {
+        std::cout << "File: " << name << " cannot find suffix .log or .log.gz" << std::endl;
+        return false;
+    }
+    char resolved[PATH_MAX + 1] = {};
+    if (realpath(name.c_str(), resolved) == nullptr) {
+        std::cout << "error, file path: " << name << " is not exist" << std::endl;
+        return false;
+    }
+    if (access(resolved, R_OK) != 0) {
+        std::cout << "File " << resolved << " cannot be accessed!" << std::endl;
+        return false;
+    }
+    realPathFileName_ = resolved;
+    return true;
+}
+
+bool LogConvertService::OpenLogFile() {
+    // Only regular files: a directory or a device named *.log opens but cannot be read as a log.
+    struct stat st {};
+    if (stat(realPathFileName_.c_str(), &st) == 0 && S_ISREG(st.st_mode)) {
+        logFileStream_.open(realPathFileName_, std::ios::binary);
+    }
+    if (!logFileStream_.is_open()) {
+        std::cout << "File " << realPathFileName_ << " cannot be opened!" << std::endl;
+        return false;
+    }
+    if (IsGzipFile(realPathFileName_)) {
+        isGzip_ = true;
+        cmd_.isContinue = false;  // a compressed file is never followed
+        following_ = false;
+        logFileStream_.seekg(sizeof(kGzipHeader));
+        return true;
+    }
+    logFileStream_.seekg(0);
+    return true;
+}
+
+bool LogConvertService::CalculateFileSize() {
+    const std::streamoff current = logFileStream_.tellg();
+    if (current >= 0) {
+        logFileStream_.seekg(0, std::ios::end);
+        const std::streamoff size = logFileStream_.tellg();
+        if (size >= 0) {
+            fileSize_ = static_cast<uint64_t>(size);
+            logFileStream_.seekg(current);
+            return true;
+        }
+    }
+    std::cout << "File stream is abnormal" << std::endl;
+    return false;
+}
+
+bool LogConvertService::ReadLogFile() {
+    const std::streamoff pos = logFileStream_.tellg();
+    if (pos < 0) {
+        std::cout << "File stream is abnormal" << std::endl;
+        return false;
+    }
+    readDataBuf_.swap(leftDataBuf_);
+    leftDataBuf_.clear();
+    // A position past the recorded size (the file shrank) wraps and asks for a whole block.
+    const uint64_t length = std::min<uint64_t>(kBlockSize, fileSize_ - static_cast<uint64_t>(pos));
+    const std::size_t start = readDataBuf_.size();
+    readDataBuf_.resize(start + length);
+    logFileStream_.read(reinterpret_cast<char*>(readDataBuf_.data() + start), static_cast<std::streamsize>(length));
+    if (logFileStream_.fail() || logFileStream_.bad()) {
+        readDataBuf_.resize(start);
+        std::cout << "File stream read failed " << std::endl;
+        return false;
+    }
+    if (isGzip_) {
+        readDataBuf_.resize(start);
+        return false;
+    }
+    return true;
+}
+
+bool LogConvertService::ReverseReadLogFile() {
+    const std::streamoff pos = logFileStream_.tellg();
+    if (pos < 0) {
+        std::cout << "File stream is abnormal" << std::endl;
+        return false;
+    }
+    if (pos == 0) {
+        return false;
+    }
+    const auto length = std::min<uint64_t>(kBlockSize, static_cast<uint64_t>(pos));
+    const std::streamoff blockStart = pos - static_cast<std::streamoff>(length);
+    Bytes block(length, 0);
+    logFileStream_.seekg(blockStart);
+    logFileStream_.read(reinterpret_cast<char*>(block.data()), static_cast<std::streamsize>(length));
+    if (logFileStream_.fail() || logFileStream_.bad()) {
+        std::cout << "File stream read failed " << std::endl;
+        return false;
+    }
+    logFileStream_.seekg(blockStart);
+    block.insert(block.end(), leftDataBuf_.begin(), leftDataBuf_.end());
+    readDataBuf_.swap(block);
+    return true;
+}
+
+uint64_t LogConvertService::DiscardLeftData() {
+    if (leftDataBuf_.size() < kMarkSize) {
+        return 0;
+    }
+    std::size_t first = 0;
+    while (first < leftDataBuf_.size() && !CompareLogStorageMark(leftDataBuf_, first)) {
+        ++first;
+    }
+    leftDataBuf_.erase(leftDataBuf_.begin(), leftDataBuf_.begin() + static_cast<std::ptrdiff_t>(first));
+    return first;
+}
+
+void LogConvertService::SetLogStartPos() {
+    logFileStream_.seekg(0, std::ios::end);
+    while (cmd_.tailNum > 0 && ReverseReadLogFile()) {
+        ReverseParseLogFile();
+    }
+    readDataBuf_.clear();
+    if (cmd_.tailNum == 0) {
+        // the carried front ends where the earliest record found begins
+        logFileStream_.seekg(static_cast<std::streamoff>(leftDataBuf_.size()), std::ios::cur);
+    }
+    leftDataBuf_.clear();
+}
+
+void LogConvertService::ReverseParseLogFile() {
+    std::size_t end = readDataBuf_.size();
+    std::size_t candidate = readDataBuf_.size();
+    while (cmd_.tailNum >= 1) {
+        if (CompareLogStorageMark(readDataBuf_, candidate)) {
+            const int64_t consumed = msg_.Deserialize(readDataBuf_.data() + candidate, end - candidate);
+            // a mark moves the end even when it does not decode: a mark inside a payload cuts
+            // the record around it short, and that record is not counted
+            end = candidate;
+            if (consumed > 0) {
+                --cmd_.tailNum;
+            }
+        }
+        if (candidate == 0) {
+            break;
+        }
+        --candidate;
+    }
+    const std::size_t keep = std::min(end, kBlockSize);
+    leftDataBuf_.assign(readDataBuf_.begin(), readDataBuf_.begin() + static_cast<std::ptrdiff_t>(keep));
+}
+
+void LogConvertService::ReportDiscard(uint64_t bytes) const {
+    std::cout << "Log file cannot be parse completely. Discard " << bytes << " bytes." << std::endl;
+}
+
+void LogConvertService::PrintLog() {
+    std::size_t offset = 0;
+    while (offset < readDataBuf_.size()) {
+        const int64_t consumed = msg_.Deserialize(readDataBuf_.data() + offset, readDataBuf_.size() - offset);
+        if (consumed < 1) {
+            break;
+        }
+        offset += static_cast<std::size_t>(consumed);
+        const uint64_t total = static_cast<uint64_t>(consumed) + discardSize_;
+        discardSize_ = total - msg_.GetLength();
+        if (total != msg_.GetLength()) {
+            ReportDiscard(discardSize_);
+            discardSize_ = 0;
+        }
+        PrintMsg(msg_);
+    }
+    leftDataBuf_.assign(readDataBuf_.begin() + static_cast<std::ptrdiff_t>(offset), readDataBuf_.end());
+    discardSize_ += DiscardLeftData();
+}
+
+void LogConvertService::PrintMsg(const ara::log::LogStorageMsg& msg) {
+    const auto [dataTime, storageTime] = msg.GetPlatformTime();
+    const ara::log::LogLTMessage& message = msg.GetLogMsg();
+    line_.clear();
+    if (cmd_.isDatatime) {
+        line_ += ara::log::SystemTime::SystemTimeToString(dataTime);
+        line_ += ' ';
+    }
+    if (cmd_.isManatime) {
+        line_ += ara::log::SystemTime::SystemTimeToString(storageTime);
+        line_ += ' ';
+    }
+    const unsigned counter = message.GetStandardHeader().GetMcnt();
+    line_ += static_cast<char>('0' + counter / 100);
+    line_ += static_cast<char>('0' + counter / 10 % 10);
+    line_ += static_cast<char>('0' + counter % 10);
+    line_ += ' ';
+    if (message.GetStandardHeader().IsHytpUeh()) {
+        const ara::log::ExtendedHeader& header = message.GetExtendedHeader();
+        line_ += header.GetApid();
+        line_ += ' ';
+        line_ += header.GetCtid();
+        line_ += ' ';
+        line_ += LevelName(header);
+        line_ += ' ';
+    } else {
+        line_ += "   ";
+    }
+    line_ += '[';
+    line_ += message.GetPayload();
+    line_ += "]\n";
+    std::cout.write(line_.data(), static_cast<std::streamsize>(line_.size()));
+}
+
+void LogConvertService::ReadAndPrintLog() {
+    if (!startPositioned_) {
+        startPositioned_ = true;
+        if (cmd_.isContinue) {
+            SetLogStartPos();
+        }
+    }
+    while (true) {
+        const std::streamoff pos = logFileStream_.tellg();
+        if (pos < 0) {
+            break;
+        }
+        if (static_cast<uint64_t>(pos) == fileSize_ || !ReadLogFile()) {
+            return;
+        }
+        PrintLog();
+        std::cout.flush();
+    }
+    std::cout << "File stream is abnormal " << std::endl;
+}
+
+int32_t LogConvertService::ConvertLogFile() {
+    if (!CheckFileName() || !OpenLogFile() || !CalculateFileSize()) {
+        return -1;
+    }
+    ReadAndPrintLog();
+    discardSize_ += leftDataBuf_.size();
+    if (discardSize_ != 0) {
+        ReportDiscard(discardSize_);
+        discardSize_ = 0;
+    }
+    std::cout.flush();
+    if (isGzip_) {
+        return 0;
+    }
+    while (following_) {
+        const uint64_t knownSize = fileSize_;
+        if (!CalculateFileSize()) {
+            return -1;
+        }
+        if (fileSize_ == knownSize) {
+            WaitForGrowth();
+            continue;
+        }
+        ReadAndPrintLog();
+        std::cout.flush();
+    }
+    return 0;
+}
+
+}  // namespace zel::clt
