@@ -186,9 +186,17 @@ uint64_t LogConvertService::DiscardLeftData() {
     if (leftDataBuf_.size() < kMarkSize) {
         return 0;
     }
+    // Drops what lies before the first storage mark. The block may end inside the mark of the
+    // next record, so a tail that begins like a mark is kept as well.
+    static constexpr char kMarkStart[] = "DLT";
+    const std::size_t size = leftDataBuf_.size();
     std::size_t first = 0;
-    while (first < leftDataBuf_.size() && !CompareLogStorageMark(leftDataBuf_, first)) {
-        ++first;
+    for (; first < size; ++first) {
+        if (CompareLogStorageMark(leftDataBuf_, first) ||
+            (size - first < kMarkSize &&
+             std::equal(leftDataBuf_.begin() + static_cast<std::ptrdiff_t>(first), leftDataBuf_.end(), kMarkStart))) {
+            break;
+        }
     }
     leftDataBuf_.erase(leftDataBuf_.begin(), leftDataBuf_.begin() + static_cast<std::ptrdiff_t>(first));
     return first;
