@@ -195,8 +195,10 @@ bool AppendArgument(Reader& r, std::string& out) {
     }
     const std::size_t bytes = LengthBytes(typeInfo);
     if ((typeInfo & kBool) != 0) {
+        // a boolean is one byte; some writers leave its length code at 0
+        const std::size_t boolBytes = bytes == 0 ? 1 : bytes;
         std::uint64_t value = 0;
-        if (bytes == 0 || (variable && !SkipNameAndUnit(r, false)) || !r.Unsigned(bytes, value)) {
+        if ((variable && !SkipNameAndUnit(r, false)) || !r.Unsigned(boolBytes, value)) {
             return false;
         }
         AppendNumber("%" PRIu64, value, out);

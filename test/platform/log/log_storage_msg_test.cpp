@@ -88,6 +88,10 @@ TEST(LogStorageMsgTest, MalformedArgumentsEndInHex) {
     fewer.payload = std::string("\x41\x00\x00\x00\x07", 5);
     fewer.args.push_back(Arg::Uint(1, 1));
     EXPECT_EQ(PayloadOf(fewer), "7 ");
+    // a boolean whose length code is left at 0 is one byte
+    Record lengthless = Verbose({Arg::Uint(1, 1)});
+    lengthless.payload = std::string("\x10\x00\x00\x00\x01", 5);
+    EXPECT_EQ(PayloadOf(lengthless), "1");
     // an unknown type
     Record unknown = Verbose({Arg::Uint(1, 1)});
     unknown.payload = std::string("\x00\x00\x00\x00\xff", 5);
