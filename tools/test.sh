@@ -7,10 +7,10 @@ cd "$(dirname "$0")/.."
 bash tools/install-deps.sh test
 
 jobs=$(nproc)
-cmake -S . -B build -DZEL_PLATFORM_ROOT="$PWD/build/root"
+cmake -S . -B build -DBUILD_TESTING=ON -DZEL_PLATFORM_ROOT="$PWD/build/root"
 cmake --build build -j"$jobs"
 ctest --test-dir build -j"$jobs" --output-on-failure
 
-cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=ON -DZEL_PLATFORM_ROOT="$PWD/build-asan/root"
+cmake -S . -B build-asan -DBUILD_TESTING=ON -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=ON -DZEL_PLATFORM_ROOT="$PWD/build-asan/root"
 cmake --build build-asan -j"$jobs" --target unit_tests
 ctest --test-dir build-asan -L unit -j"$jobs" --output-on-failure

@@ -99,8 +99,8 @@ TEST(PeerCompareTest, RecordedDaemonSession) {
     const std::string record = dir.Path("session.dlt");
     ASSERT_TRUE(daemon.Record(record));
     const char* user = "/usr/lib/libdlt-examples/dlt-example-user";
-    // verbose, at every level the example sends, then non-verbose
-    Process& verbose = daemon.StartClient(user, {"dlt-example-user", "-n", "12", "-d", "20", "-l", "6", "hello"});
+    // verbose, then non-verbose
+    Process& verbose = daemon.StartClient(user, {"dlt-example-user", "-n", "12", "-d", "20", "hello"});
     EXPECT_EQ(verbose.Wait(std::chrono::seconds(30)).exitStatus, 0);
     Process& nonVerbose = daemon.StartClient(user, {"dlt-example-user", "-g", "-n", "12", "-d", "20", "hello"});
     EXPECT_EQ(nonVerbose.Wait(std::chrono::seconds(30)).exitStatus, 0);
