@@ -1,5 +1,6 @@
 // Entry point of zel-tool and zel-dbg. Any other program name runs as zel-tool, with the
 // program name (as the system passed it) as the first command word.
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,9 @@
 int main(int argc, char* argv[]) {
     using zel::clt::Configuration;
     zel::clt::CltLogger::GetInstance().InitLoger();
+    // Standard output is written through std::cout alone; without the C stdio behind it, large
+    // writes (a block of converted records) go to the descriptor without another copy.
+    std::ios::sync_with_stdio(false);
 
     std::string name = argc > 0 && argv[0] != nullptr ? argv[0] : "";
     const auto slash = name.rfind('/');

@@ -52,11 +52,16 @@ std::uint64_t Le(const std::uint8_t* p, std::size_t bytes) {
     return value;
 }
 
-// A DLT id: the text up to its first NUL.
+// A DLT id: the text up to its first NUL. Ids mostly repeat, so an equal one is not copied.
 void AssignId(core::String& id, const std::uint8_t* p, std::size_t size) {
-    const void* nul = std::memchr(p, 0, size);
-    const std::size_t length = nul == nullptr ? size : static_cast<const std::uint8_t*>(nul) - p;
-    id.assign(reinterpret_cast<const char*>(p), length);
+    std::size_t length = 0;
+    while (length < size && p[length] != 0) {
+        ++length;
+    }
+    if (id.size() != length || std::memcmp(id.data(), p, length) != 0) {
+        id.resize(length);  // ids are short: no allocation, and cheaper than a general assign
+        std::memcpy(id.data(), p, length);
+    }
 }
 
 bool IsMark(const std::uint8_t* p) {
@@ -107,23 +112,15 @@ private:
 
 }  // namespace
 
-const core::String& LogLTMessage::GetPayload() const {
-    if (!textReady_) {
-        text_.clear();
-        AppendPayloadText(format_, reinterpret_cast<const std::uint8_t*>(rawPayload_.data()), rawPayload_.size(),
-                          text_);
-        textReady_ = true;
-    }
-    return text_;
-}
-
 std::int64_t LogStorageMsg::Deserialize(const std::uint8_t* data, std::size_t size) {
     for (std::size_t pos = 0; pos + kMarkSize <= size; ++pos) {
-        const void* d = std::memchr(data + pos, 'D', size - pos - kMarkSize + 1);
-        if (d == nullptr) {
-            break;
+        if (data[pos] != 'D') {
+            const void* d = std::memchr(data + pos, 'D', size - pos - kMarkSize + 1);
+            if (d == nullptr) {
+                break;
+            }
+            pos = static_cast<const std::uint8_t*>(d) - data;
         }
-        pos = static_cast<const std::uint8_t*>(d) - data;
         if (!IsMark(data + pos)) {
             continue;
         }
@@ -180,8 +177,7 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV1(const std::uint8_t* data, std::si
     }
 
     ExtendedHeader& eh = message_.extended_;
-    PayloadFormat& format = message_.format_;
-    format = PayloadFormat{};
+    PayloadFormat format;
     format.bigEndian = (htyp & kPayloadBigEndian) != 0;
     if (sh.hasExtendedHeader_) {
         eh.msin_ = p[0];
@@ -203,8 +199,8 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV1(const std::uint8_t* data, std::si
         eh = ExtendedHeader{};
         format.kind = PayloadFormat::Kind::kNonVerbose;
     }
-    message_.rawPayload_.assign(reinterpret_cast<const char*>(p), data + length_ - p);
-    message_.textReady_ = false;
+    message_.text_.clear();
+    AppendPayloadText(format, p, static_cast<std::size_t>(data + length_ - p), message_.text_);
     return Outcome::kDecoded;
 }
 
@@ -324,8 +320,7 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV2(const std::uint8_t* data, std::si
         eh.ctid_.clear();
     }
 
-    PayloadFormat& format = message_.format_;
-    format = PayloadFormat{};
+    PayloadFormat format;
     switch (content) {
         case kContentVerbose:
             format.kind = PayloadFormat::Kind::kVerbose;
@@ -342,8 +337,8 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV2(const std::uint8_t* data, std::si
             break;
     }
     const std::uint8_t* payload = base + kBaseSize + c.Position();
-    message_.rawPayload_.assign(reinterpret_cast<const char*>(payload), data + length_ - payload);
-    message_.textReady_ = false;
+    message_.text_.clear();
+    AppendPayloadText(format, payload, static_cast<std::size_t>(data + length_ - payload), message_.text_);
     return Outcome::kDecoded;
 }
 

@@ -1,7 +1,6 @@
 #include "payload_text.h"
 
-#include <cinttypes>
-#include <cstdio>
+#include <charconv>
 #include <cstring>
 
 namespace ara::log {
@@ -49,13 +48,19 @@ constexpr const char* kServiceNames[] = {
 };
 
 void AppendHex(const std::uint8_t* data, std::size_t size, char separator, std::string& out) {
-    for (std::size_t i = 0; i < size; ++i) {
-        if (i != 0) {
-            out += separator;
-        }
-        out += kHexDigits[data[i] >> 4];
-        out += kHexDigits[data[i] & 0x0F];
+    if (size == 0) {
+        return;
     }
+    const std::size_t start = out.size();
+    out.resize(start + 3 * size);
+    char* p = out.data() + start;
+    for (std::size_t i = 0; i < size; ++i) {
+        p[0] = kHexDigits[data[i] >> 4];
+        p[1] = kHexDigits[data[i] & 0x0F];
+        p[2] = separator;
+        p += 3;
+    }
+    out.pop_back();  // no separator after the last byte
 }
 
 // Reads integers in the payload's byte order, never past the end.
@@ -75,15 +80,28 @@ public:
         pos_ += n;
         return true;
     }
+    // An integer of 1 to 8 bytes.
     bool Unsigned(std::size_t bytes, std::uint64_t& value) {
         if (Left() < bytes) {
             return false;
         }
         value = 0;
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+        switch (bytes) {  // fixed sizes, so that each copy is a single load
+            case 1: value = data_[pos_]; break;
+            case 2: Load<std::uint16_t>(value); break;
+            case 4: Load<std::uint32_t>(value); break;
+            default: Load<std::uint64_t>(value); break;
+        }
+        if (bigEndian_) {
+            value = __builtin_bswap64(value) >> (64 - 8 * bytes);
+        }
+#else
         for (std::size_t i = 0; i < bytes; ++i) {
             const std::size_t at = bigEndian_ ? i : bytes - 1 - i;
             value = (value << 8) | data_[pos_ + at];
         }
+#endif
         pos_ += bytes;
         return true;
     }
@@ -101,6 +119,13 @@ public:
     }
 
 private:
+    template <typename T>
+    void Load(std::uint64_t& value) const {
+        T v;
+        std::memcpy(&v, data_ + pos_, sizeof(v));
+        value = v;
+    }
+
     const std::uint8_t* data_;
     std::size_t size_;
     bool bigEndian_;
@@ -118,18 +143,24 @@ std::size_t LengthBytes(std::uint32_t typeInfo) {
     }
 }
 
-void AppendNumber(const char* format, std::uint64_t value, std::string& out) {
-    char text[32];
-    std::snprintf(text, sizeof(text), format, value);
-    out += text;
+template <typename T>
+void AppendDecimal(T value, std::string& out) {
+    char text[24];
+    const char* end = std::to_chars(text, text + sizeof(text), value).ptr;
+    out.append(text, static_cast<std::size_t>(end - text));
 }
 
 void AppendSigned(std::uint64_t raw, std::size_t bytes, std::string& out) {
     const unsigned shift = static_cast<unsigned>(64 - 8 * bytes);
-    const auto value = static_cast<std::int64_t>(raw << shift) >> shift;  // sign-extend
-    char text[32];
-    std::snprintf(text, sizeof(text), "%" PRId64, value);
-    out += text;
+    AppendDecimal(static_cast<std::int64_t>(raw << shift) >> shift, out);  // sign-extended
+}
+
+// "0x" and the value in 2 * bytes hexadecimal digits.
+void AppendHexNumber(std::uint64_t value, std::size_t bytes, std::string& out) {
+    out += "0x";
+    for (std::size_t nibble = 2 * bytes; nibble-- > 0;) {
+        out += kHexDigits[(value >> (4 * nibble)) & 0x0F];
+    }
 }
 
 void AppendBinary(std::uint64_t value, std::size_t bytes, std::string& out) {
@@ -142,19 +173,21 @@ void AppendBinary(std::uint64_t value, std::size_t bytes, std::string& out) {
     }
 }
 
+// As printf's %g: six significant digits, the shorter of fixed and exponent notation.
 void AppendFloat(std::uint64_t raw, std::size_t bytes, std::string& out) {
     char text[64];
+    char* end = text;
     if (bytes == 4) {
         const auto bits = static_cast<std::uint32_t>(raw);
         float f;
         std::memcpy(&f, &bits, sizeof(f));
-        std::snprintf(text, sizeof(text), "%g", static_cast<double>(f));
+        end = std::to_chars(text, text + sizeof(text), static_cast<double>(f), std::chars_format::general, 6).ptr;
     } else {
         double d;
         std::memcpy(&d, &raw, sizeof(d));
-        std::snprintf(text, sizeof(text), "%g", d);
+        end = std::to_chars(text, text + sizeof(text), d, std::chars_format::general, 6).ptr;
     }
-    out += text;
+    out.append(text, static_cast<std::size_t>(end - text));
 }
 
 // The name (and unit) that a variable-info argument carries in front of its value.
@@ -181,9 +214,16 @@ bool AppendArgument(Reader& r, std::string& out) {
         const std::uint8_t* data = r.Here();
         r.Skip(length);
         if ((typeInfo & kString) != 0) {
-            for (std::size_t i = 0; i < length && data[i] != 0; ++i) {
-                const char ch = static_cast<char>(data[i]);
-                out += (ch == '\r' || ch == '\n') ? ' ' : ch;
+            // up to the first NUL, with CR and LF as blanks
+            const void* nul = std::memchr(data, 0, length);
+            const std::size_t textLength = nul == nullptr ? length : static_cast<const std::uint8_t*>(nul) - data;
+            const std::size_t start = out.size();
+            out.append(reinterpret_cast<const char*>(data), textLength);
+            for (const char lineEnd : {'\r', '\n'}) {
+                char* at = out.data() + start;
+                while ((at = static_cast<char*>(std::memchr(at, lineEnd, out.data() + out.size() - at))) != nullptr) {
+                    *at = ' ';
+                }
             }
         } else {
             AppendHex(data, length, '\'', out);
@@ -201,7 +241,7 @@ bool AppendArgument(Reader& r, std::string& out) {
         if ((variable && !SkipNameAndUnit(r, false)) || !r.Unsigned(boolBytes, value)) {
             return false;
         }
-        AppendNumber("%" PRIu64, value, out);
+        AppendDecimal(value, out);
         return true;
     }
     if ((typeInfo & (kSint | kUint | kFloat)) == 0 || bytes == 0) {
@@ -230,13 +270,11 @@ bool AppendArgument(Reader& r, std::string& out) {
     } else if ((typeInfo & kSint) != 0) {
         AppendSigned(value, bytes, out);
     } else if ((typeInfo & kCoding) == kCodingHex) {
-        char format[16];
-        std::snprintf(format, sizeof(format), "0x%%0%zu" PRIx64, 2 * bytes);
-        AppendNumber(format, value, out);
+        AppendHexNumber(value, bytes, out);
     } else if ((typeInfo & kCoding) == kCodingBin) {
         AppendBinary(value, bytes, out);
     } else {
-        AppendNumber("%" PRIu64, value, out);
+        AppendDecimal(value, out);
     }
     return true;
 }
@@ -265,7 +303,7 @@ void AppendNonVerbose(const PayloadFormat& format, const std::uint8_t* data, std
         AppendHex(data, size, ' ', out);
         return;
     }
-    AppendNumber("%" PRIu64, id, out);
+    AppendDecimal(id, out);
     out += ", ";
     AppendHex(r.Here(), r.Left(), ' ', out);
 }
@@ -280,7 +318,9 @@ void AppendControl(const PayloadFormat& format, const std::uint8_t* data, std::s
     if (service >= 1 && service < sizeof(kServiceNames) / sizeof(kServiceNames[0])) {
         out += kServiceNames[service];
     } else {
-        AppendNumber("service(%" PRIu64 ")", service, out);
+        out += "service(";
+        AppendDecimal(service, out);
+        out += ')';
     }
     if (format.response && r.Left() > 0) {
         static constexpr const char* kStatus[] = {"ok", "not_supported", "error", "perm_denied", "warning"};
@@ -290,7 +330,7 @@ void AppendControl(const PayloadFormat& format, const std::uint8_t* data, std::s
         if (status < sizeof(kStatus) / sizeof(kStatus[0])) {
             out += kStatus[status];
         } else {
-            AppendNumber("%" PRIu64, status, out);
+            AppendDecimal(static_cast<unsigned>(status), out);
         }
     }
     if (r.Left() > 0) {

@@ -63,16 +63,13 @@ public:
     const StandardHeader& GetStandardHeader() const { return standard_; }
     const ExtendedHeader& GetExtendedHeader() const { return extended_; }
     // The payload as text, the way the standard DLT converter prints it in ASCII mode.
-    const core::String& GetPayload() const;
+    const core::String& GetPayload() const { return text_; }
 
 private:
     friend class LogStorageMsg;
     StandardHeader standard_;
     ExtendedHeader extended_;
-    PayloadFormat format_;
-    std::string rawPayload_;
-    mutable std::string text_;
-    mutable bool textReady_ = false;
+    std::string text_;
 };
 
 }  // namespace ara::log

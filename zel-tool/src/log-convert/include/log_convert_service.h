@@ -42,6 +42,10 @@ public:
 private:
     using Bytes = std::vector<uint8_t>;
 
+    // The read position, kept here so that a block costs no extra system call; -1 once the
+    // stream has failed.
+    std::streamoff Tell() const;
+    void Seek(std::streamoff pos);
     bool CheckFileName();
     bool OpenLogFile();
     bool CalculateFileSize();
@@ -53,7 +57,9 @@ private:
     void PrintLog();
     uint64_t DiscardLeftData();
     void PrintMsg(const ara::log::LogStorageMsg& msg);
-    void ReportDiscard(uint64_t bytes) const;
+    void ReportDiscard(uint64_t bytes);
+    // Writes the record lines gathered so far and flushes the stream.
+    void FlushRecords();
     // Waits up to a second for Stop.
     void WaitForGrowth();
 
@@ -62,7 +68,9 @@ private:
     std::string realPathFileName_;
     Bytes readDataBuf_;
     Bytes leftDataBuf_;
+    std::vector<char> streamBuffer_;  // the file stream's own buffer; declared first, outlives it
     std::ifstream logFileStream_;
+    std::streamoff position_ = 0;
     ConvertCommand cmd_;
     uint64_t discardSize_ = 0;
 
@@ -71,7 +79,7 @@ private:
     std::mutex stopMutex_;            // pairs with stopped_, so that a Stop is never missed
     std::condition_variable stopped_;
     ara::log::LogStorageMsg msg_;     // reused for every record
-    std::string line_;                // one record's line, reused
+    std::string pending_;             // record lines not yet written, at most one block's
 };
 
 }  // namespace zel::clt

@@ -7,6 +7,8 @@
 #include <chrono>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
+#include <string_view>
 #include <iostream>
 #include <utility>
 
@@ -16,6 +18,7 @@ namespace zel::clt {
 namespace {
 
 constexpr std::size_t kBlockSize = 2048;
+constexpr std::size_t kStreamBufferSize = 64 * 1024;
 constexpr std::size_t kMarkSize = 4;
 constexpr char kLogSuffix[] = ".log";
 constexpr char kGzipSuffix[] = ".log.gz";
@@ -101,6 +104,9 @@ bool LogConvertService::OpenLogFile() {
     // Only regular files: a directory or a device named *.log opens but cannot be read as a log.
     struct stat st {};
     if (stat(realPathFileName_.c_str(), &st) == 0 && S_ISREG(st.st_mode)) {
+        // the stream fetches from the system in larger pieces; the blocks stay 2048 bytes
+        streamBuffer_.resize(kStreamBufferSize);
+        logFileStream_.rdbuf()->pubsetbuf(streamBuffer_.data(), static_cast<std::streamsize>(streamBuffer_.size()));
         logFileStream_.open(realPathFileName_, std::ios::binary);
     }
     if (!logFileStream_.is_open()) {
@@ -111,10 +117,10 @@ bool LogConvertService::OpenLogFile() {
         isGzip_ = true;
         cmd_.isContinue = false;  // a compressed file is never followed
         following_ = false;
-        logFileStream_.seekg(sizeof(kGzipHeader));
+        Seek(sizeof(kGzipHeader));
         return true;
     }
-    logFileStream_.seekg(0);
+    Seek(0);
     return true;
 }
 
@@ -125,7 +131,7 @@ bool LogConvertService::CalculateFileSize() {
         const std::streamoff size = logFileStream_.tellg();
         if (size >= 0) {
             fileSize_ = static_cast<uint64_t>(size);
-            logFileStream_.seekg(current);
+            Seek(current);
             return true;
         }
     }
@@ -133,8 +139,15 @@ bool LogConvertService::CalculateFileSize() {
     return false;
 }
 
+std::streamoff LogConvertService::Tell() const { return logFileStream_.fail() ? -1 : position_; }
+
+void LogConvertService::Seek(std::streamoff pos) {
+    logFileStream_.seekg(pos);
+    position_ = pos;
+}
+
 bool LogConvertService::ReadLogFile() {
-    const std::streamoff pos = logFileStream_.tellg();
+    const std::streamoff pos = Tell();
     if (pos < 0) {
         std::cout << "File stream is abnormal" << std::endl;
         return false;
@@ -146,6 +159,7 @@ bool LogConvertService::ReadLogFile() {
     const std::size_t start = readDataBuf_.size();
     readDataBuf_.resize(start + length);
     logFileStream_.read(reinterpret_cast<char*>(readDataBuf_.data() + start), static_cast<std::streamsize>(length));
+    position_ += static_cast<std::streamoff>(length);
     if (logFileStream_.fail() || logFileStream_.bad()) {
         readDataBuf_.resize(start);
         std::cout << "File stream read failed " << std::endl;
@@ -159,7 +173,7 @@ bool LogConvertService::ReadLogFile() {
 }
 
 bool LogConvertService::ReverseReadLogFile() {
-    const std::streamoff pos = logFileStream_.tellg();
+    const std::streamoff pos = Tell();
     if (pos < 0) {
         std::cout << "File stream is abnormal" << std::endl;
         return false;
@@ -170,13 +184,13 @@ bool LogConvertService::ReverseReadLogFile() {
     const auto length = std::min<uint64_t>(kBlockSize, static_cast<uint64_t>(pos));
     const std::streamoff blockStart = pos - static_cast<std::streamoff>(length);
     Bytes block(length, 0);
-    logFileStream_.seekg(blockStart);
+    Seek(blockStart);
     logFileStream_.read(reinterpret_cast<char*>(block.data()), static_cast<std::streamsize>(length));
     if (logFileStream_.fail() || logFileStream_.bad()) {
         std::cout << "File stream read failed " << std::endl;
         return false;
     }
-    logFileStream_.seekg(blockStart);
+    Seek(blockStart);
     block.insert(block.end(), leftDataBuf_.begin(), leftDataBuf_.end());
     readDataBuf_.swap(block);
     return true;
@@ -203,14 +217,14 @@ uint64_t LogConvertService::DiscardLeftData() {
 }
 
 void LogConvertService::SetLogStartPos() {
-    logFileStream_.seekg(0, std::ios::end);
+    Seek(static_cast<std::streamoff>(fileSize_));
     while (cmd_.tailNum > 0 && ReverseReadLogFile()) {
         ReverseParseLogFile();
     }
     readDataBuf_.clear();
     if (cmd_.tailNum == 0) {
         // the carried front ends where the earliest record found begins
-        logFileStream_.seekg(static_cast<std::streamoff>(leftDataBuf_.size()), std::ios::cur);
+        Seek(position_ + static_cast<std::streamoff>(leftDataBuf_.size()));
     }
     leftDataBuf_.clear();
 }
@@ -237,7 +251,16 @@ void LogConvertService::ReverseParseLogFile() {
     leftDataBuf_.assign(readDataBuf_.begin(), readDataBuf_.begin() + static_cast<std::ptrdiff_t>(keep));
 }
 
-void LogConvertService::ReportDiscard(uint64_t bytes) const {
+void LogConvertService::FlushRecords() {
+    if (!pending_.empty()) {
+        std::cout.write(pending_.data(), static_cast<std::streamsize>(pending_.size()));
+        pending_.clear();
+    }
+    std::cout.flush();
+}
+
+void LogConvertService::ReportDiscard(uint64_t bytes) {
+    FlushRecords();  // the lines of the records before stay in front of the report
     std::cout << "Log file cannot be parse completely. Discard " << bytes << " bytes." << std::endl;
 }
 
@@ -262,37 +285,50 @@ void LogConvertService::PrintLog() {
 }
 
 void LogConvertService::PrintMsg(const ara::log::LogStorageMsg& msg) {
+    using ara::log::SystemTime;
     const auto [dataTime, storageTime] = msg.GetPlatformTime();
     const ara::log::LogLTMessage& message = msg.GetLogMsg();
-    line_.clear();
+    const bool extended = message.GetStandardHeader().IsHytpUeh();
+    const ara::log::ExtendedHeader& header = message.GetExtendedHeader();
+    const std::string_view level = extended ? LevelName(header) : "";
+    const std::string& payload = message.GetPayload();
+
+    // The line is written piece by piece into room made once.
+    const std::size_t start = pending_.size();
+    pending_.resize(start + 2 * (SystemTime::kMaxTextSize + 1) + 4 + header.GetApid().size() +
+                    header.GetCtid().size() + level.size() + 3 + payload.size() + 3);
+    char* p = pending_.data() + start;
+    auto put = [&p](std::string_view text) {
+        std::memcpy(p, text.data(), text.size());
+        p += text.size();
+    };
     if (cmd_.isDatatime) {
-        line_ += ara::log::SystemTime::SystemTimeToString(dataTime);
-        line_ += ' ';
+        p = SystemTime::WriteSystemTime(dataTime, p);
+        *p++ = ' ';
     }
     if (cmd_.isManatime) {
-        line_ += ara::log::SystemTime::SystemTimeToString(storageTime);
-        line_ += ' ';
+        p = SystemTime::WriteSystemTime(storageTime, p);
+        *p++ = ' ';
     }
     const unsigned counter = message.GetStandardHeader().GetMcnt();
-    line_ += static_cast<char>('0' + counter / 100);
-    line_ += static_cast<char>('0' + counter / 10 % 10);
-    line_ += static_cast<char>('0' + counter % 10);
-    line_ += ' ';
-    if (message.GetStandardHeader().IsHytpUeh()) {
-        const ara::log::ExtendedHeader& header = message.GetExtendedHeader();
-        line_ += header.GetApid();
-        line_ += ' ';
-        line_ += header.GetCtid();
-        line_ += ' ';
-        line_ += LevelName(header);
-        line_ += ' ';
+    *p++ = static_cast<char>('0' + counter / 100);
+    *p++ = static_cast<char>('0' + counter / 10 % 10);
+    *p++ = static_cast<char>('0' + counter % 10);
+    *p++ = ' ';
+    if (extended) {
+        put(header.GetApid());
+        *p++ = ' ';
+        put(header.GetCtid());
+        *p++ = ' ';
+        put(level);
+        *p++ = ' ';
     } else {
-        line_ += "   ";
+        put("   ");
     }
-    line_ += '[';
-    line_ += message.GetPayload();
-    line_ += "]\n";
-    std::cout.write(line_.data(), static_cast<std::streamsize>(line_.size()));
+    *p++ = '[';
+    put(payload);
+    put("]\n");
+    pending_.resize(static_cast<std::size_t>(p - pending_.data()));
 }
 
 void LogConvertService::ReadAndPrintLog() {
@@ -303,7 +339,7 @@ void LogConvertService::ReadAndPrintLog() {
         }
     }
     while (true) {
-        const std::streamoff pos = logFileStream_.tellg();
+        const std::streamoff pos = Tell();
         if (pos < 0) {
             break;
         }
@@ -311,7 +347,7 @@ void LogConvertService::ReadAndPrintLog() {
             return;
         }
         PrintLog();
-        std::cout.flush();
+        FlushRecords();
     }
     std::cout << "File stream is abnormal " << std::endl;
 }
@@ -326,7 +362,7 @@ int32_t LogConvertService::ConvertLogFile() {
         ReportDiscard(discardSize_);
         discardSize_ = 0;
     }
-    std::cout.flush();
+    FlushRecords();
     if (isGzip_) {
         return 0;
     }
@@ -340,7 +376,7 @@ int32_t LogConvertService::ConvertLogFile() {
             continue;
         }
         ReadAndPrintLog();
-        std::cout.flush();
+        FlushRecords();
     }
     return 0;
 }

@@ -1,0 +1,183 @@
+// dlt-gen: writes a large, deterministic stored DLT log for tests and benchmarks.
+//
+//   dlt-gen --records N [--version 1|2] [--seed S] --out FILE
+//
+// Records mix sizes (a few bytes to about a kilobyte of payload), levels, application and
+// context ids, verbose argument types and non-verbose messages. The same arguments always give
+// the same file. Records are made from a pool of encoded templates whose counter and time
+// stamps are patched, so that writing runs at disk speed.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "dlt_record.h"
+
+namespace {
+
+using zel::dltgen::Arg;
+using zel::dltgen::Record;
+
+struct Random {
+    uint64_t state;
+    uint64_t Next() {
+        state ^= state << 13;
+        state ^= state >> 7;
+        state ^= state << 17;
+        return state;
+    }
+    uint64_t Below(uint64_t n) { return Next() % n; }
+};
+
+// Where the fields that change from record to record sit in a template.
+struct Template {
+    std::string bytes;
+    std::size_t mcntAt;
+    std::size_t timestampAt;  // v1: 0.1 ms (4 bytes); v2: nanoseconds (4) then seconds (5)
+};
+
+std::string Text(Random& random, std::size_t length) {
+    static const char kWords[] = "sensor bus frame timeout retry value ok state engine door speed ";
+    std::string text;
+    while (text.size() < length) {
+        text += kWords[random.Below(sizeof(kWords) - 1)];
+    }
+    return text;
+}
+
+Record MakeRecord(Random& random, int version) {
+    static const char* kApps[] = {"ENG", "BRK", "DOOR", "HMI", "NAV", "DIAG", "PWR", "CAM"};
+    static const char* kContexts[] = {"MAIN", "CAN", "IO", "NET", "CTRL", "STAT"};
+    Record r;
+    r.version = version;
+    r.apid = kApps[random.Below(8)];
+    r.ctid = kContexts[random.Below(6)];
+    r.typeInfo = static_cast<uint8_t>(1 + random.Below(6));
+    const uint64_t shape = random.Below(100);
+    if (shape < 55) {
+        r.args = {Arg::String(Text(random, 8 + random.Below(random.Below(10) == 0 ? 900 : 90)))};
+    } else if (shape < 75) {
+        r.args = {Arg::String(Text(random, 5 + random.Below(20))), Arg::Int(static_cast<int32_t>(random.Next()), 4),
+                  Arg::Uint(random.Next(), 8)};
+    } else if (shape < 85) {
+        r.args = {Arg::String("value"), Arg::Float64(static_cast<double>(random.Below(100000)) / 7.0),
+                  Arg::Bool(random.Below(2) == 1), Arg::Hex(random.Next() & 0xFFFF, 2)};
+    } else if (shape < 93) {
+        std::string raw(4 + random.Below(60), '\0');
+        for (char& ch : raw) {
+            ch = static_cast<char>(random.Next());
+        }
+        r.args = {Arg::String("frame"), Arg::Raw(raw)};
+    } else {
+        r.verbose = false;
+        r.messageId = static_cast<uint32_t>(random.Below(5000));
+        std::string data(4 + random.Below(40), '\0');
+        for (char& ch : data) {
+            ch = static_cast<char>(random.Next());
+        }
+        r.payload = version == 1 ? std::string(reinterpret_cast<const char*>(&r.messageId), 4) + data : data;
+    }
+    return r;
+}
+
+Template MakeTemplate(Random& random, int version) {
+    Record r = MakeRecord(random, version);
+    Template t{zel::dltgen::Encode(r), 0, 0};
+    if (version == 1) {
+        t.mcntAt = 17;
+        t.timestampAt = 24;  // after the standard header's ECU id
+    } else {
+        const std::size_t base = 14 + static_cast<unsigned char>(t.bytes[13]);
+        t.mcntAt = base + 4;
+        t.timestampAt = base + 7 + (r.verbose ? 2 : 0);
+    }
+    return t;
+}
+
+void PutBe(std::string& s, std::size_t at, uint64_t value, int bytes) {
+    for (int i = bytes - 1; i >= 0; --i, value >>= 8) {
+        s[at + static_cast<std::size_t>(i)] = static_cast<char>(value & 0xFF);
+    }
+}
+
+void PutLe(std::string& s, std::size_t at, uint64_t value, int bytes) {
+    for (int i = 0; i < bytes; ++i, value >>= 8) {
+        s[at + static_cast<std::size_t>(i)] = static_cast<char>(value & 0xFF);
+    }
+}
+
+int Usage(const char* program) {
+    std::fprintf(stderr, "usage: %s --records N [--version 1|2] [--seed S] --out FILE\n", program);
+    return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    uint64_t records = 0;
+    int version = 1;
+    uint64_t seed = 1;
+    std::string out;
+    for (int i = 1; i + 1 < argc; i += 2) {
+        const std::string option = argv[i];
+        if (option == "--records") {
+            records = std::strtoull(argv[i + 1], nullptr, 10);
+        } else if (option == "--version") {
+            version = std::atoi(argv[i + 1]);
+        } else if (option == "--seed") {
+            seed = std::strtoull(argv[i + 1], nullptr, 10);
+        } else if (option == "--out") {
+            out = argv[i + 1];
+        } else {
+            return Usage(argv[0]);
+        }
+    }
+    if (argc % 2 == 0 || records == 0 || out.empty() || (version != 1 && version != 2)) {
+        return Usage(argv[0]);
+    }
+
+    Random random{seed * 0x9E3779B97F4A7C15ULL + 1};
+    std::vector<Template> pool;
+    for (int i = 0; i < 4096; ++i) {
+        pool.push_back(MakeTemplate(random, version));
+    }
+    std::FILE* file = std::fopen(out.c_str(), "wb");
+    if (file == nullptr) {
+        std::perror(out.c_str());
+        return 1;
+    }
+    std::string buffer;
+    buffer.reserve(1 << 21);
+    uint64_t bytes = 0;
+    for (uint64_t n = 0; n < records; ++n) {
+        Template& t = pool[random.Below(pool.size())];
+        std::string& s = t.bytes;
+        const uint64_t micros = n * 1733;  // about 577 records a second
+        s[t.mcntAt] = static_cast<char>(n & 0xFF);
+        if (version == 1) {
+            PutLe(s, 4, 1700000000 + micros / 1000000, 4);
+            PutLe(s, 8, micros % 1000000, 4);
+            PutBe(s, t.timestampAt, (micros / 100) & 0xFFFFFFFF, 4);
+        } else {
+            PutBe(s, 4, 1700000000 + micros / 1000000, 5);
+            PutBe(s, 9, (micros % 1000000) * 1000, 4);
+            PutBe(s, t.timestampAt, 0x80000000u | ((micros % 1000000) * 1000), 4);
+            PutBe(s, t.timestampAt + 4, micros / 1000000, 5);
+        }
+        buffer += s;
+        if (buffer.size() >= (1 << 20)) {
+            bytes += std::fwrite(buffer.data(), 1, buffer.size(), file);
+            buffer.clear();
+        }
+    }
+    bytes += std::fwrite(buffer.data(), 1, buffer.size(), file);
+    if (std::fclose(file) != 0) {
+        std::perror(out.c_str());
+        return 1;
+    }
+    std::printf("%llu records, %llu bytes\n", static_cast<unsigned long long>(records),
+                static_cast<unsigned long long>(bytes));
+    return 0;
+}
