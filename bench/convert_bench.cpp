@@ -98,10 +98,11 @@ void PrintRow(const char* name, const Series& s, double megabytes, double record
 // appended afterwards is out.
 std::pair<double, double> FollowOnce(const std::string& tool, const std::string& file, const std::string& out) {
     const auto originalSize = fs::file_size(file);
+    std::ofstream(out, std::ios::trunc).close();  // nothing of an earlier run may count
     const auto start = Clock::now();
     const pid_t pid = fork();
     if (pid == 0) {
-        const int fd = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        const int fd = open(out.c_str(), O_WRONLY | O_APPEND, 0644);
         dup2(fd, 1);
         execl(tool.c_str(), "zel-tool", "log-convert", "continue", "10", file.c_str(), nullptr);
         _exit(127);

@@ -52,16 +52,33 @@ std::uint64_t Le(const std::uint8_t* p, std::size_t bytes) {
     return value;
 }
 
-// A DLT id: the text up to its first NUL. Ids mostly repeat, so an equal one is not copied.
-void AssignId(core::String& id, const std::uint8_t* p, std::size_t size) {
-    std::size_t length = 0;
-    while (length < size && p[length] != 0) {
+std::uint32_t Be32(const std::uint8_t* p) {
+    std::uint32_t value;
+    std::memcpy(&value, p, sizeof(value));
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    value = __builtin_bswap32(value);
+#endif
+    return value;
+}
+
+// A version 1 id: its four bytes up to the first NUL.
+template <typename Id>
+void AssignId(Id& id, const std::uint8_t* p) {
+    std::memcpy(id.text, p, 4);  // a fixed size copies in one move
+    std::uint8_t length = 0;
+    while (length < 4 && p[length] != 0) {
         ++length;
     }
-    if (id.size() != length || std::memcmp(id.data(), p, length) != 0) {
-        id.resize(length);  // ids are short: no allocation, and cheaper than a general assign
-        std::memcpy(id.data(), p, length);
+    id.length = length;
+}
+
+// A version 2 id: its length byte was checked against the record.
+template <typename Id>
+void AssignText(Id& id, const std::uint8_t* p, std::size_t length) {
+    if (length != 0) {
+        std::memcpy(id.text, p, length);
     }
+    id.length = static_cast<std::uint8_t>(length);
 }
 
 bool IsMark(const std::uint8_t* p) {
@@ -170,7 +187,7 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV1(const std::uint8_t* data, std::si
     p += (htyp & kWithSessionId) != 0 ? 4 : 0;
     dataTime_ = timespec{};
     if ((htyp & kWithTimestamp) != 0) {
-        const std::uint64_t tenthsOfMs = Be(p, 4);
+        const std::uint64_t tenthsOfMs = Be32(p);
         dataTime_.tv_sec = static_cast<time_t>(tenthsOfMs / 10000);
         dataTime_.tv_nsec = static_cast<long>((tenthsOfMs % 10000) * 100000);
         p += 4;
@@ -182,8 +199,8 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV1(const std::uint8_t* data, std::si
     if (sh.hasExtendedHeader_) {
         eh.msin_ = p[0];
         eh.noar_ = p[1];
-        AssignId(eh.apid_, p + 2, 4);
-        AssignId(eh.ctid_, p + 6, 4);
+        AssignId(eh.apid_, p + 2);
+        AssignId(eh.ctid_, p + 6);
         p += kExtendedSize;
         const auto type = static_cast<std::uint8_t>(eh.GetMessageType());
         if (eh.IsVerbose()) {
@@ -312,13 +329,8 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV2(const std::uint8_t* data, std::si
     ExtendedHeader& eh = message_.extended_;
     eh.msin_ = msin;
     eh.noar_ = noar;
-    if (hasIds) {
-        eh.apid_.assign(reinterpret_cast<const char*>(apid), apidLength);
-        eh.ctid_.assign(reinterpret_cast<const char*>(ctid), ctidLength);
-    } else {
-        eh.apid_.clear();
-        eh.ctid_.clear();
-    }
+    AssignText(eh.apid_, apid, hasIds ? apidLength : 0);
+    AssignText(eh.ctid_, ctid, hasIds ? ctidLength : 0);
 
     PayloadFormat format;
     switch (content) {

@@ -18,6 +18,17 @@
 
 namespace ara::log {
 
+// How the payload bytes are to be read.
+struct PayloadFormat {
+    enum class Kind : std::uint8_t { kVerbose, kNonVerbose, kControl };
+    Kind kind = Kind::kVerbose;
+    bool bigEndian = false;        // version 1 MSBF flag
+    std::uint8_t noar = 0;         // verbose: number of arguments
+    bool response = false;         // control: a response carries a status byte
+    bool hasMessageId = false;     // version 2 non-verbose: the id comes from the header
+    std::uint32_t messageId = 0;
+};
+
 void AppendPayloadText(const PayloadFormat& format, const std::uint8_t* data, std::size_t size, std::string& out);
 
 }  // namespace ara::log

@@ -31,8 +31,9 @@ private:
 
 class ExtendedHeader {
 public:
-    const core::String& GetApid() const { return apid_; }
-    const core::String& GetCtid() const { return ctid_; }
+    // Ids as text, without padding; valid while the header is.
+    core::StringView GetApid() const { return apid_.View(); }
+    core::StringView GetCtid() const { return ctid_.View(); }
     // The type info of the message info: the level of a log message (possibly out of range).
     LogLevel GetLogLevel() const { return static_cast<LogLevel>(msin_ >> 4); }
     MessageType GetMessageType() const { return static_cast<MessageType>((msin_ >> 1) & 0x07); }
@@ -41,21 +42,16 @@ public:
 
 private:
     friend class LogStorageMsg;
-    core::String apid_;
-    core::String ctid_;
+    // An id of at most 255 characters (a version 2 length byte), kept without allocation.
+    struct Id {
+        char text[255];
+        std::uint8_t length = 0;
+        core::StringView View() const { return {text, length}; }
+    };
+    Id apid_;
+    Id ctid_;
     std::uint8_t msin_ = 0;
     std::uint8_t noar_ = 0;
-};
-
-// How the payload bytes are to be read.
-struct PayloadFormat {
-    enum class Kind : std::uint8_t { kVerbose, kNonVerbose, kControl };
-    Kind kind = Kind::kVerbose;
-    bool bigEndian = false;        // version 1 MSBF flag
-    std::uint8_t noar = 0;         // verbose: number of arguments
-    bool response = false;         // control: a response carries a status byte
-    bool hasMessageId = false;     // version 2 non-verbose: the id comes from the header
-    std::uint32_t messageId = 0;
 };
 
 class LogLTMessage {

@@ -3,9 +3,10 @@
 // returns 0.
 //
 // Terminate comes from the exit thread while ExecCmd runs on the main thread. It stops a
-// running conversion and returns once ExecCmd is done with it. A Terminate that comes before
-// the conversion has started makes it stop at its first check of the follow flag; a Terminate
-// for a command that runs nothing (a wrong one, or after ExecCmd returned) returns at once.
+// running conversion and returns once ExecCmd has returned. A Terminate that comes before the
+// conversion has started makes it stop at its first check of the follow flag; a wrong command
+// runs no conversion, so Terminate then waits only for its message, and after ExecCmd has
+// returned it does not wait at all.
 #ifndef ZEL_CLT_LOG_CONVERT_PLUGIN_H
 #define ZEL_CLT_LOG_CONVERT_PLUGIN_H
 
@@ -31,16 +32,12 @@ public:
     void Terminate() override;
 
 private:
-    enum class Stage { kParsing, kConverting, kDone };
-
     // Fills command from the words; false for a wrong command (messages already printed).
     static bool ParseCommand(const std::vector<std::string>& words, ConvertCommand& command);
-    void SetStage(Stage stage);
 
-    std::atomic<bool> exitFlag_{false};  // set once a conversion has finished
+    std::atomic<bool> exitFlag_{false};  // set when ExecCmd returns
     std::unique_ptr<LogConvertService> logViewPtr_;
-    std::mutex stageMutex_;  // guards stage_, terminated_ and the creation of logViewPtr_
-    Stage stage_ = Stage::kParsing;
+    std::mutex serviceMutex_;  // guards terminated_ and the creation of logViewPtr_
     bool terminated_ = false;
 };
 

@@ -24,6 +24,7 @@
 
 #include "ara/log/log_storage_msg.h"
 #include "convert_command.h"
+#include "line_buffer.h"
 
 namespace zel::clt {
 
@@ -79,7 +80,7 @@ private:
     std::mutex stopMutex_;            // pairs with stopped_, so that a Stop is never missed
     std::condition_variable stopped_;
     ara::log::LogStorageMsg msg_;     // reused for every record
-    std::string pending_;             // record lines not yet written, at most one block's
+    LineBuffer pending_;              // record lines not yet written, at most one block's
 };
 
 }  // namespace zel::clt

@@ -62,53 +62,37 @@ bool LogConvertPlugin::ParseCommand(const std::vector<std::string>& words, Conve
     return i == last && !command.filename.empty();
 }
 
-void LogConvertPlugin::SetStage(Stage stage) {
-    std::lock_guard<std::mutex> lock(stageMutex_);
-    stage_ = stage;
-}
-
 int32_t LogConvertPlugin::ExecCmd(const std::vector<std::string>& cmd) {
     ConvertCommand command;
     if (!ParseCommand(cmd, command)) {
         std::cout << "error, command is wrong " << std::endl;
         Configuration::GetInstance().PrintHelp();
-        SetStage(Stage::kDone);
+        exitFlag_ = true;
         return 0;
     }
     {
-        std::lock_guard<std::mutex> lock(stageMutex_);
+        std::lock_guard<std::mutex> lock(serviceMutex_);
         logViewPtr_ = std::make_unique<LogConvertService>(command);
         if (terminated_) {
             logViewPtr_->Stop();
         }
-        stage_ = Stage::kConverting;
     }
     if (logViewPtr_->ConvertLogFile() < 0) {
         Configuration::GetInstance().PrintHelp();
     }
     exitFlag_ = true;
-    SetStage(Stage::kDone);
     return 0;
 }
 
 void LogConvertPlugin::Terminate() {
     {
-        std::lock_guard<std::mutex> lock(stageMutex_);
+        std::lock_guard<std::mutex> lock(serviceMutex_);
         terminated_ = true;
-        if (stage_ == Stage::kDone) {
-            return;
-        }
-        if (stage_ == Stage::kConverting) {
+        if (logViewPtr_) {
             logViewPtr_->Stop();
         }
     }
-    while (true) {
-        {
-            std::lock_guard<std::mutex> lock(stageMutex_);
-            if (stage_ == Stage::kDone) {
-                return;
-            }
-        }
+    while (!exitFlag_) {
         SleepOneMillisecond();
     }
 }

@@ -252,9 +252,9 @@ void LogConvertService::ReverseParseLogFile() {
 }
 
 void LogConvertService::FlushRecords() {
-    if (!pending_.empty()) {
-        std::cout.write(pending_.data(), static_cast<std::streamsize>(pending_.size()));
-        pending_.clear();
+    if (!pending_.Empty()) {
+        std::cout.write(pending_.Data(), static_cast<std::streamsize>(pending_.Size()));
+        pending_.Clear();
     }
     std::cout.flush();
 }
@@ -294,10 +294,8 @@ void LogConvertService::PrintMsg(const ara::log::LogStorageMsg& msg) {
     const std::string& payload = message.GetPayload();
 
     // The line is written piece by piece into room made once.
-    const std::size_t start = pending_.size();
-    pending_.resize(start + 2 * (SystemTime::kMaxTextSize + 1) + 4 + header.GetApid().size() +
-                    header.GetCtid().size() + level.size() + 3 + payload.size() + 3);
-    char* p = pending_.data() + start;
+    char* p = pending_.Reserve(2 * (SystemTime::kMaxTextSize + 1) + 4 + header.GetApid().size() +
+                               header.GetCtid().size() + level.size() + 3 + payload.size() + 3);
     auto put = [&p](std::string_view text) {
         std::memcpy(p, text.data(), text.size());
         p += text.size();
@@ -328,7 +326,7 @@ void LogConvertService::PrintMsg(const ara::log::LogStorageMsg& msg) {
     *p++ = '[';
     put(payload);
     put("]\n");
-    pending_.resize(static_cast<std::size_t>(p - pending_.data()));
+    pending_.Commit(p);
 }
 
 void LogConvertService::ReadAndPrintLog() {
