@@ -117,9 +117,7 @@ std::pair<double, double> FollowOnce(const std::string& tool, const std::string&
     zel::dltgen::Record record;
     record.args = {zel::dltgen::Arg::String("appended while following")};
     const auto appendAt = Clock::now();
-    {
-        std::ofstream(file, std::ios::binary | std::ios::app) << zel::dltgen::Encode(record);
-    }
+    { std::ofstream(file, std::ios::binary | std::ios::app) << zel::dltgen::Encode(record); }
     const double delay = std::chrono::duration<double>(waitLines(11) - appendAt).count();
     kill(pid, SIGINT);
     waitpid(pid, nullptr, 0);
@@ -130,8 +128,8 @@ std::pair<double, double> FollowOnce(const std::string& tool, const std::string&
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::map<std::string, std::string> options{{"--work", "/tmp/zel-bench"}, {"--records", "1500000"},
-                                               {"--runs", "5"}, {"--scale", "10"}};
+    std::map<std::string, std::string> options{
+        {"--work", "/tmp/zel-bench"}, {"--records", "1500000"}, {"--runs", "5"}, {"--scale", "10"}};
     for (int i = 1; i + 1 < argc; i += 2) {
         options[argv[i]] = argv[i + 1];
     }
@@ -150,11 +148,11 @@ int main(int argc, char** argv) {
     const std::string large = work + "/large.log";
     const std::string out = work + "/out.txt";
     for (const auto& [file, count] : {std::make_pair(small, records), std::make_pair(large, records * scale)}) {
-        const Measure m = RunOnce({options["--gen"], "--records", std::to_string(count), "--version", "1", "--seed",
-                                   "7", "--out", file},
-                                  "/dev/null");
-        std::printf("generated %s: %ld records, %.1f MB in %.1f s\n", file.c_str(), count,
-                    fs::file_size(file) / 1e6, m.seconds);
+        const Measure m = RunOnce(
+            {options["--gen"], "--records", std::to_string(count), "--version", "1", "--seed", "7", "--out", file},
+            "/dev/null");
+        std::printf("generated %s: %ld records, %.1f MB in %.1f s\n", file.c_str(), count, fs::file_size(file) / 1e6,
+                    m.seconds);
     }
     const double smallMb = fs::file_size(small) / 1e6;
     const double largeMb = fs::file_size(large) / 1e6;

@@ -33,8 +33,8 @@ ara::core::StringView GetFilename(const ara::core::StringView& path);
 
 }  // namespace zel::clt
 
-#define CLT_LOG_RECORD(level)                                                                       \
-    ::zel::clt::CltLogger::GetInstance().CltGetLogger()->level()                                    \
+#define CLT_LOG_RECORD(level)                                                            \
+    ::zel::clt::CltLogger::GetInstance().CltGetLogger()->level()                         \
         << ::zel::clt::GetFilename(__FILE__) << ":" << static_cast<int>(__LINE__) << " " \
         << ::ara::core::StringView(__func__) << ":"
 #define CLT_LOG_DEBUG CLT_LOG_RECORD(LogDebug)

@@ -46,8 +46,7 @@ private:
 
     std::string TransNameToPath(const std::string& name) const;
     static std::string GetJsonFileName(const std::string& file);
-    static bool ReadVectorString(ara::core::StringView key,
-                                 const ara::per::UniqueHandle<ara::per::KeyValueStorage>& db,
+    static bool ReadVectorString(ara::core::StringView key, const ara::per::UniqueHandle<ara::per::KeyValueStorage>& db,
                                  std::vector<std::string>& out);
     bool ReadConf(const std::string& name, ConfTuple& conf) const;
 

@@ -13,8 +13,9 @@ constexpr char kReservedName[] = "mcu";
 }  // namespace
 
 CltPlugin::CltPlugin()
-    : execMap_{{"-h", &CltPlugin::Help},    {"--help", &CltPlugin::Help},           {"-l", &CltPlugin::List},
-               {"--list", &CltPlugin::List}, {"-a", &CltPlugin::All},                {"--all", &CltPlugin::All},
+    : execMap_{{"-h", &CltPlugin::Help},        {"--help", &CltPlugin::Help},
+               {"-l", &CltPlugin::List},        {"--list", &CltPlugin::List},
+               {"-a", &CltPlugin::All},         {"--all", &CltPlugin::All},
                {"-v", &CltPlugin::ShowVersion}, {"--version", &CltPlugin::ShowVersion}} {}
 
 int32_t CltPlugin::ExecCmd(const std::vector<std::string>& cmd) {

@@ -220,8 +220,7 @@ bool Processor::IsBracketMatched(const std::string& x, const std::vector<std::st
     return true;
 }
 
-bool Processor::IsAngleBracketMatched(const std::string& x, const std::vector<std::string>& input,
-                                      uint32_t& index) {
+bool Processor::IsAngleBracketMatched(const std::string& x, const std::vector<std::string>& input, uint32_t& index) {
     const std::size_t n = ProcessInBracket(x).size();
     if (index + n > input.size()) {
         return false;

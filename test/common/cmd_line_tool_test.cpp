@@ -1,11 +1,11 @@
 #include "cmd_line_tool.h"
 
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <thread>
 
 #include "conf_tree.h"

@@ -1,9 +1,9 @@
 #include "configuration.h"
 
 #include <dirent.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
-#include <gtest/gtest.h>
 
 #include "conf_tree.h"
 #include "process.h"

@@ -17,7 +17,7 @@ extern int created;
 
 extern std::atomic<bool> slowStarted;
 extern std::atomic<int> terminateCalls;
-extern std::atomic<int64_t> terminateAtNs;  // steady clock, when Terminate was first called
+extern std::atomic<int64_t> terminateAtNs;    // steady clock, when Terminate was first called
 extern std::chrono::milliseconds slowLinger;  // how long ExecCmd goes on after Terminate
 
 int64_t NowNs();

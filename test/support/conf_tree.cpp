@@ -48,7 +48,9 @@ ConfTree::~ConfTree() {
     std::filesystem::remove_all(dir_, ignored);
 }
 
-void ConfTree::WriteRaw(const std::string& name, const std::string& text) const { WriteFile(dir_ + name + ".json", text); }
+void ConfTree::WriteRaw(const std::string& name, const std::string& text) const {
+    WriteFile(dir_ + name + ".json", text);
+}
 
 void ConfTree::Write(const std::string& name, const std::string& app, const std::vector<std::string>& commands,
                      const std::vector<std::string>& helps) const {

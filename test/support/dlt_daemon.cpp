@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <functional>
 #include <filesystem>
+#include <functional>
 #include <thread>
 
 namespace zel::test {
@@ -43,9 +43,9 @@ DltDaemon::DltDaemon(const std::string& controlSocket) {
     std::filesystem::remove(controlSocket);
     WriteFile(dir_ + "/dlt.conf", "ECUId = ECU1\nControlSocketPath = " + controlSocket +
                                       "\nSharedMemorySize = 100000\nLoggingMode = 0\nLoggingLevel = 5\n");
-    daemon_ = std::make_unique<Process>("/usr/bin/dlt-daemon",
-                                        std::vector<std::string>{"dlt-daemon", "-c", dir_ + "/dlt.conf", "-t", dir_,
-                                                                 "-p", std::to_string(port_)});
+    daemon_ = std::make_unique<Process>(
+        "/usr/bin/dlt-daemon",
+        std::vector<std::string>{"dlt-daemon", "-c", dir_ + "/dlt.conf", "-t", dir_, "-p", std::to_string(port_)});
     ready_ = WaitFor([&] { return Exists(dir_ + "/dlt") && Exists(controlSocket); }, 5000) && daemon_->Running();
 }
 

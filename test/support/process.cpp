@@ -167,8 +167,8 @@ bool Process::WaitForOut(const std::string& text, std::chrono::milliseconds time
     return true;
 }
 
-ProcessResult RunProgram(const std::string& path, const std::vector<std::string>& argv, const std::vector<std::string>& env,
-                  std::chrono::milliseconds timeout) {
+ProcessResult RunProgram(const std::string& path, const std::vector<std::string>& argv,
+                         const std::vector<std::string>& env, std::chrono::milliseconds timeout) {
     Process process(path, argv, env);
     return process.Wait(timeout);
 }

@@ -49,8 +49,8 @@ private:
 
 // Runs to the end and returns what happened.
 ProcessResult RunProgram(const std::string& path, const std::vector<std::string>& argv,
-                  const std::vector<std::string>& env = {},
-                  std::chrono::milliseconds timeout = std::chrono::seconds(20));
+                         const std::vector<std::string>& env = {},
+                         std::chrono::milliseconds timeout = std::chrono::seconds(20));
 
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& content);

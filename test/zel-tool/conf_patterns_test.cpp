@@ -1,7 +1,8 @@
 // Walks every command form of the log-control and log-convert grammars against the shipped
 // configuration files: each accepted form has exactly one reading, and nothing else matches.
-#include <filesystem>
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 #include "conf_tree.h"
 #include "configuration.h"

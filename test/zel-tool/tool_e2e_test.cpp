@@ -1,10 +1,10 @@
 // Runs the installed binary against the shipped configuration and compares standard output
 // and exit status exactly.
 #include <dirent.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <regex>
 
@@ -219,7 +219,8 @@ TEST(ToolLoggerTest, ExecuteCommandReachesTheDaemonUnderCltClt) {
 
     const ProcessResult converted = RunProgram("/usr/bin/dlt-convert", {"dlt-convert", "-a", record});
     // eight arguments: file, ":", line, " ", function, ":", message, the line as typed
-    const std::regex line(R"(CLT- clt- log debug V 8 \[main\.cpp : [0-9]+   main : execute command: zel-tool -v -- x y\])");
+    const std::regex line(
+        R"(CLT- clt- log debug V 8 \[main\.cpp : [0-9]+   main : execute command: zel-tool -v -- x y\])");
     EXPECT_TRUE(std::regex_search(converted.out, line)) << converted.out;
 }
 

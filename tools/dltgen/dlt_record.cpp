@@ -18,11 +18,16 @@ constexpr uint32_t kBin = 0x18000;
 
 uint32_t LengthCode(int bytes) {
     switch (bytes) {
-        case 1: return 1;
-        case 2: return 2;
-        case 4: return 3;
-        case 8: return 4;
-        default: return 5;
+        case 1:
+            return 1;
+        case 2:
+            return 2;
+        case 4:
+            return 3;
+        case 8:
+            return 4;
+        default:
+            return 5;
     }
 }
 
@@ -43,7 +48,9 @@ std::string Be(uint64_t value, int bytes) {
 }
 
 // An unsigned number in the payload's byte order.
-std::string Ordered(uint64_t value, int bytes, bool bigEndian) { return bigEndian ? Be(value, bytes) : Le(value, bytes); }
+std::string Ordered(uint64_t value, int bytes, bool bigEndian) {
+    return bigEndian ? Be(value, bytes) : Le(value, bytes);
+}
 
 std::string Reversed(std::string s) { return {s.rbegin(), s.rend()}; }
 

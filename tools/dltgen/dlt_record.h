@@ -16,10 +16,10 @@ namespace zel::dltgen {
 // around for a big-endian version 1 payload.
 struct Arg {
     uint32_t typeInfo = 0;
-    std::string name;    // with a name, the variable-info flag is set
-    std::string unit;    // numbers only
-    std::string value;   // number bytes (LE), or string/raw bytes
-    int numberBytes = 0; // width of a number, 0 for strings and raw data
+    std::string name;     // with a name, the variable-info flag is set
+    std::string unit;     // numbers only
+    std::string value;    // number bytes (LE), or string/raw bytes
+    int numberBytes = 0;  // width of a number, 0 for strings and raw data
 
     static Arg String(const std::string& text, bool utf8 = false);  // NUL appended
     static Arg Bool(bool value);
@@ -40,24 +40,24 @@ struct Record {
     int version = 1;
     // storage header
     uint64_t seconds = 1700000000;
-    uint32_t subseconds = 0;       // version 1: microseconds; version 2: nanoseconds
-    bool nanosHostOrder = false;   // version 2: nanoseconds written little-endian
+    uint32_t subseconds = 0;      // version 1: microseconds; version 2: nanoseconds
+    bool nanosHostOrder = false;  // version 2: nanoseconds written little-endian
     std::string ecu = "ECU1";
     // standard / base header
     uint8_t mcnt = 0;
-    bool withEcuId = true;         // v1: ECU id in the standard header; v2: in the extension
+    bool withEcuId = true;  // v1: ECU id in the standard header; v2: in the extension
     std::optional<uint32_t> sessionId;
     std::optional<uint32_t> timestamp = 12345;  // v1: 0.1 ms units
-    bool bigEndian = false;        // v1 only
-    bool extended = true;          // v1: extended header; v2: application and context ids
+    bool bigEndian = false;                     // v1 only
+    bool extended = true;                       // v1: extended header; v2: application and context ids
     std::string apid = "APP";
     std::string ctid = "CTX";
     MessageType type = MessageType::kLog;
-    uint8_t typeInfo = 4;          // level of a log message, or the message type info
+    uint8_t typeInfo = 4;  // level of a log message, or the message type info
     bool verbose = true;
     std::vector<Arg> args;
     std::optional<std::string> payload;  // raw payload instead of the arguments
-    uint32_t messageId = 0;        // v2 non-verbose
+    uint32_t messageId = 0;              // v2 non-verbose
     // version 2 only
     uint64_t tsSeconds = 5;
     uint32_t tsNanos = 250000000;

@@ -52,8 +52,7 @@ Logger::Logger(core::StringView ctxId, core::StringView ctxDescription, LogLevel
 Logger::~Logger() = default;
 
 LogStream::LogStream(const Logger& logger, LogLevel level) : record_(std::make_unique<Record>()) {
-    if (dlt_user_log_write_start(&logger.GetContext().dlt, &record_->data, static_cast<DltLogLevelType>(level)) <=
-        0) {
+    if (dlt_user_log_write_start(&logger.GetContext().dlt, &record_->data, static_cast<DltLogLevelType>(level)) <= 0) {
         record_.reset();
     }
 }

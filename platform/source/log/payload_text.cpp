@@ -88,10 +88,18 @@ public:
         value = 0;
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
         switch (bytes) {  // fixed sizes, so that each copy is a single load
-            case 1: value = data_[pos_]; break;
-            case 2: Load<std::uint16_t>(value); break;
-            case 4: Load<std::uint32_t>(value); break;
-            default: Load<std::uint64_t>(value); break;
+            case 1:
+                value = data_[pos_];
+                break;
+            case 2:
+                Load<std::uint16_t>(value);
+                break;
+            case 4:
+                Load<std::uint32_t>(value);
+                break;
+            default:
+                Load<std::uint64_t>(value);
+                break;
         }
         if (bigEndian_) {
             value = __builtin_bswap64(value) >> (64 - 8 * bytes);
@@ -134,12 +142,18 @@ private:
 
 std::size_t LengthBytes(std::uint32_t typeInfo) {
     switch (typeInfo & kTypeLength) {
-        case 1: return 1;
-        case 2: return 2;
-        case 3: return 4;
-        case 4: return 8;
-        case 5: return 16;
-        default: return 0;
+        case 1:
+            return 1;
+        case 2:
+            return 2;
+        case 3:
+            return 4;
+        case 4:
+            return 8;
+        case 5:
+            return 16;
+        default:
+            return 0;
     }
 }
 
@@ -343,9 +357,15 @@ void AppendControl(const PayloadFormat& format, const std::uint8_t* data, std::s
 
 void AppendPayloadText(const PayloadFormat& format, const std::uint8_t* data, std::size_t size, std::string& out) {
     switch (format.kind) {
-        case PayloadFormat::Kind::kVerbose: AppendVerbose(format, data, size, out); break;
-        case PayloadFormat::Kind::kNonVerbose: AppendNonVerbose(format, data, size, out); break;
-        case PayloadFormat::Kind::kControl: AppendControl(format, data, size, out); break;
+        case PayloadFormat::Kind::kVerbose:
+            AppendVerbose(format, data, size, out);
+            break;
+        case PayloadFormat::Kind::kNonVerbose:
+            AppendNonVerbose(format, data, size, out);
+            break;
+        case PayloadFormat::Kind::kControl:
+            AppendControl(format, data, size, out);
+            break;
     }
 }
 

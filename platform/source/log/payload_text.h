@@ -22,10 +22,10 @@ namespace ara::log {
 struct PayloadFormat {
     enum class Kind : std::uint8_t { kVerbose, kNonVerbose, kControl };
     Kind kind = Kind::kVerbose;
-    bool bigEndian = false;        // version 1 MSBF flag
-    std::uint8_t noar = 0;         // verbose: number of arguments
-    bool response = false;         // control: a response carries a status byte
-    bool hasMessageId = false;     // version 2 non-verbose: the id comes from the header
+    bool bigEndian = false;     // version 1 MSBF flag
+    std::uint8_t noar = 0;      // verbose: number of arguments
+    bool response = false;      // control: a response carries a status byte
+    bool hasMessageId = false;  // version 2 non-verbose: the id comes from the header
     std::uint32_t messageId = 0;
 };
 

@@ -43,9 +43,9 @@ char* SystemTime::WriteSystemTime(const timespec& time, char* out) {
     if (time.tv_sec != cachedSecond) {
         tm local{};
         localtime_r(&time.tv_sec, &local);
-        const int n = std::snprintf(cachedText, sizeof(cachedText), "%04d/%02d/%02d %02d:%02d:%02d",
-                                    local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                                    local.tm_min, local.tm_sec);
+        const int n =
+            std::snprintf(cachedText, sizeof(cachedText), "%04d/%02d/%02d %02d:%02d:%02d", local.tm_year + 1900,
+                          local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
         cachedLength = n > 0 ? static_cast<std::size_t>(n) : 0;
         cachedSecond = time.tv_sec;
     }

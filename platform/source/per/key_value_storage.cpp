@@ -2,10 +2,9 @@
 
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 namespace ara::per {
 namespace {

@@ -26,15 +26,16 @@ std::vector<char> Concat(std::vector<char> a, const std::vector<char>& b) {
 TEST(LogControlMsgTest, SetLogLevelBytes) {
     LogControlMsg msg;
     msg.SetControlLogLevel(LogControlMsgSetLogLevel("LOG", "TEST", LogLevel::kVerbose));
-    EXPECT_EQ(msg.Serialize(), Concat(Header(35), Bytes({0x01, 0, 0, 0, 'L', 'O', 'G', 0, 'T', 'E', 'S', 'T', 0x06,
-                                                           'r', 'e', 'm', 'o'})));
+    EXPECT_EQ(
+        msg.Serialize(),
+        Concat(Header(35), Bytes({0x01, 0, 0, 0, 'L', 'O', 'G', 0, 'T', 'E', 'S', 'T', 0x06, 'r', 'e', 'm', 'o'})));
 }
 
 TEST(LogControlMsgTest, AnyIdIsAllNulAndLongIdsAreCut) {
     LogControlMsg msg;
     msg.SetControlLogLevel(LogControlMsgSetLogLevel("APPLICATION", "*", LogLevel::kOff));
-    EXPECT_EQ(msg.Serialize(), Concat(Header(35), Bytes({0x01, 0, 0, 0, 'A', 'P', 'P', 'L', 0, 0, 0, 0, 0x00, 'r',
-                                                           'e', 'm', 'o'})));
+    EXPECT_EQ(msg.Serialize(),
+              Concat(Header(35), Bytes({0x01, 0, 0, 0, 'A', 'P', 'P', 'L', 0, 0, 0, 0, 0x00, 'r', 'e', 'm', 'o'})));
 }
 
 TEST(LogControlMsgTest, SetDefaultLogLevelBytesReplaceTheEarlierRequest) {

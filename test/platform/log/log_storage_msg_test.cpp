@@ -51,7 +51,8 @@ TEST(LogStorageMsgTest, VerboseArgumentsInBothVersions) {
                   "200 60000 4000000000 18000000000000000000");
         EXPECT_EQ(PayloadOf(Verbose({Arg::Float32(3.25f), Arg::Float64(-1e-300), Arg::Float64(123456789.0)}, version)),
                   "3.25 -1e-300 1.23457e+08");
-        EXPECT_EQ(PayloadOf(Verbose({Arg::Raw(std::string("\xde\xad\x00\x7f", 4)), Arg::Raw("")}, version)), "de'ad'00'7f ");
+        EXPECT_EQ(PayloadOf(Verbose({Arg::Raw(std::string("\xde\xad\x00\x7f", 4)), Arg::Raw("")}, version)),
+                  "de'ad'00'7f ");
         EXPECT_EQ(PayloadOf(Verbose({Arg::Hex(0xab, 1), Arg::Hex(0xabc, 2), Arg::Hex(0x123456789ULL, 8)}, version)),
                   "0xab 0x0abc 0x0000000123456789");
         EXPECT_EQ(PayloadOf(Verbose({Arg::Bin(0xa5, 1), Arg::Bin(0x1234, 2)}, version)),
@@ -81,7 +82,10 @@ TEST(LogStorageMsgTest, MalformedArgumentsEndInHex) {
     const std::string good = Encode(r);
     // announce a string longer than the payload holds: the bytes from that argument on in hex
     Record cut = r;
-    cut.payload = std::string("\x41\x00\x00\x00\x07", 5) + std::string("\x00\x02\x00\x00\x09\x00" "abc\0", 10);
+    cut.payload = std::string("\x41\x00\x00\x00\x07", 5) + std::string(
+                                                               "\x00\x02\x00\x00\x09\x00"
+                                                               "abc\0",
+                                                               10);
     EXPECT_EQ(PayloadOf(cut), "7 00 02 00 00 09 00 61 62 63 00");
     // more arguments announced than present
     Record fewer = Verbose({Arg::Uint(7, 1)});

@@ -56,7 +56,11 @@ TEST_F(LogControlDaemonTest, DefaultLevelOnDaemonAndMcu) {
     EXPECT_EQ(r.out, "");
     // contexts that follow the default report it as their new effective level
     EXPECT_TRUE(daemon_.WaitForLog("Send log-level to context: LOG:TS1 [-1 -> 3]")) << daemon_.Log();
-    const std::string request("\x25\x00\x00\x1b" "CLT\0\x16\x01" "CLT\0clt\0\x11\0\0\0\x03remo", 27);
+    const std::string request(
+        "\x25\x00\x00\x1b"
+        "CLT\0\x16\x01"
+        "CLT\0clt\0\x11\0\0\0\x03remo",
+        27);
     EXPECT_EQ(mcu_.Receive(300), std::vector<std::string>{request});
 }
 
@@ -103,7 +107,8 @@ TEST(LogControlBadInputTest, NothingIsSent) {
 TEST(LogControlLongIdsTest, IdsAreCutToFourCharacters) {
     RestoreShippedConf();
     UnixListener daemon{paths::kLogDaemonCtrlSocket};
-    const ProcessResult r = RunTool("zel-tool", {"log-control", "appid", "LOGGING", "ctxid", "TESTING", "level", "off"});
+    const ProcessResult r =
+        RunTool("zel-tool", {"log-control", "appid", "LOGGING", "ctxid", "TESTING", "level", "off"});
     EXPECT_EQ(r.out, "");
     const std::vector<std::string> got = daemon.Receive(300);
     ASSERT_EQ(got.size(), 1u);

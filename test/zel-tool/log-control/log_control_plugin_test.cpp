@@ -14,7 +14,10 @@ using Words = std::vector<std::string>;
 
 std::string Request(const std::string& payload) {
     const std::string header("\x25\x00\x00", 3);
-    const std::string ids("CLT\0\x16\x01" "CLT\0clt\0", 14);
+    const std::string ids(
+        "CLT\0\x16\x01"
+        "CLT\0clt\0",
+        14);
     return header + static_cast<char>(18 + payload.size() + 4) + ids + payload + "remo";
 }
 std::string SetLevel(const std::string& app4, const std::string& ctx4, char level) {
@@ -93,8 +96,7 @@ TEST_F(LogControlPluginTest, UnknownLevelWordSendsNothing) {
 TEST_F(LogControlPluginTest, UnknownKeywordPrintsHelpOnly) {
     EXPECT_EQ(Exec({"log-control", "app", "LOG", "level", "info"}), help_);
     // with a bad level too, the level error and the help come once each
-    EXPECT_EQ(Exec({"log-control", "app", "LOG", "level", "loud"}),
-              "error, the input parameter level: loud\n" + help_);
+    EXPECT_EQ(Exec({"log-control", "app", "LOG", "level", "loud"}), "error, the input parameter level: loud\n" + help_);
     // a keyword left without its value, as a trailing process id leaves it
     EXPECT_EQ(Exec({"log-control", "level", "warn", "0"}), help_);
     EXPECT_TRUE(daemonGot_.empty());
@@ -114,7 +116,8 @@ TEST_F(LogControlPluginTest, UnreachableMcuIsReportedAfterTheDaemon) {
     // a second socket on the SoC's port keeps the tool from binding it
     test::UdpReceiver squatter{paths::kSocAddress, 50513};
     ASSERT_TRUE(squatter.Bound());
-    EXPECT_EQ(Exec({"log-control", "level", "fatal"}), "fail to create connection with MCU \nfail to send MCU log level \n");
+    EXPECT_EQ(Exec({"log-control", "level", "fatal"}),
+              "fail to create connection with MCU \nfail to send MCU log level \n");
     EXPECT_EQ(daemonGot_, Words{SetDefault(1)});
 }
 

@@ -1,12 +1,12 @@
 // log-convert run as the installed binary: follow mode with a writer appending to the file,
 // signals, the tail count, a file that shrinks, and a file the user may not read.
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <thread>
 
 #include "installed_tool.h"
@@ -86,11 +86,11 @@ TEST_F(FollowTest, TailCounts) {
         std::string expected;
     };
     for (const auto& c : std::vector<Case>{{{"continue", path}, Lines(16, 25)},
-                                            {{"continue", "1", path}, Lines(25, 25)},
-                                            {{"continue", "25", path}, Lines(1, 25)},
-                                            {{"continue", "100", path}, Lines(1, 25)},
-                                            {{"datatime", "continue", "0", path}, ""},
-                                            {{"manatime", "continue", "-3", path}, ""}}) {
+                                           {{"continue", "1", path}, Lines(25, 25)},
+                                           {{"continue", "25", path}, Lines(1, 25)},
+                                           {{"continue", "100", path}, Lines(1, 25)},
+                                           {{"datatime", "continue", "0", path}, ""},
+                                           {{"manatime", "continue", "-3", path}, ""}}) {
         auto tool = Follow(c.words);
         std::this_thread::sleep_for(400ms);
         // a record appended afterwards comes next
@@ -135,9 +135,8 @@ TEST(UnreadableFileTest, PermissionIsChecked) {
     const std::string path = dir.Write("secret.log", Records(0, 0));
     chmod(path.c_str(), 0600);
     std::filesystem::permissions(std::filesystem::path(path).parent_path(), std::filesystem::perms(0755));
-    const ProcessResult result = RunProgram(
-        "/usr/bin/setpriv",
-        {"setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups", ToolPath(), "log-convert", path});
+    const ProcessResult result = RunProgram("/usr/bin/setpriv", {"setpriv", "--reuid=nobody", "--regid=nogroup",
+                                                                 "--clear-groups", ToolPath(), "log-convert", path});
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.out.substr(0, result.out.find('\n') + 1), "File " + path + " cannot be accessed!\n");
 }

@@ -1,11 +1,11 @@
 #include "log_convert_service.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <gtest/gtest.h>
 #include <random>
 
 #include "conf_tree.h"
@@ -50,7 +50,8 @@ TEST_F(LogConvertServiceTest, WholeFileOneLinePerRecord) {
 TEST_F(LogConvertServiceTest, TimeStampChoice) {
     const std::string path = dir_.Write("t.log", Records(3, 3));
     EXPECT_EQ(Convert(path, true, false).second, "3.000000 003 APP CTX info [record 3 jklmnopqrst]\n");
-    EXPECT_EQ(Convert(path, false, true).second, "2023/11/14 22:13:23.000000 003 APP CTX info [record 3 jklmnopqrst]\n");
+    EXPECT_EQ(Convert(path, false, true).second,
+              "2023/11/14 22:13:23.000000 003 APP CTX info [record 3 jklmnopqrst]\n");
     EXPECT_EQ(Convert(path, false, false).second, "003 APP CTX info [record 3 jklmnopqrst]\n");
 }
 

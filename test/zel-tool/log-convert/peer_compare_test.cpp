@@ -38,8 +38,7 @@ std::string StripPadding(std::string id) {
 // "index date time timestamp counter ecu apid ctid type subtype mode noar [payload]"
 std::vector<Fields> PeerRecords(const std::string& file) {
     const ProcessResult r = RunProgram("/usr/bin/dlt-convert", {"dlt-convert", "-a", file}, {"TZ=UTC"});
-    static const std::regex line(
-        R"(^\d+ (\S+ \S+) +(\d+) (\d{3}) \S+ (\S+) (\S+) (\S+) (\S+) [VN] \d+ \[(.*)\]$)");
+    static const std::regex line(R"(^\d+ (\S+ \S+) +(\d+) (\d{3}) \S+ (\S+) (\S+) (\S+) (\S+) [VN] \d+ \[(.*)\]$)");
     std::vector<Fields> records;
     for (const auto& text : SplitLines(r.out)) {
         std::smatch m;

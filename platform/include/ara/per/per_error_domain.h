@@ -9,7 +9,7 @@
 namespace ara::per {
 
 enum class PerErrc : std::int32_t {
-    kStorageNotFound = 1,   // the file is missing or cannot be read
+    kStorageNotFound = 1,  // the file is missing or cannot be read
     kPhysicalStorageFailure = 2,
     kValidationFailed = 3,  // not a JSON object, or a key given twice
     kKeyNotFound = 4,

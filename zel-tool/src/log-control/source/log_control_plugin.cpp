@@ -32,10 +32,10 @@ int32_t LogControlPlugin::ExecCmd(const std::vector<std::string>& args) {
     }
 
     using ara::log::LogLevel;
-    const std::map<std::string, LogLevel> levels{
-        {"off", LogLevel::kOff},   {"fatal", LogLevel::kFatal}, {"error", LogLevel::kError},
-        {"warn", LogLevel::kWarn}, {"info", LogLevel::kInfo},   {"debug", LogLevel::kDebug},
-        {"verbose", LogLevel::kVerbose}};
+    const std::map<std::string, LogLevel> levels{{"off", LogLevel::kOff},        {"fatal", LogLevel::kFatal},
+                                                 {"error", LogLevel::kError},    {"warn", LogLevel::kWarn},
+                                                 {"info", LogLevel::kInfo},      {"debug", LogLevel::kDebug},
+                                                 {"verbose", LogLevel::kVerbose}};
     const auto found = levels.find(level);
     if (found == levels.end()) {
         std::cout << "error, the input parameter level: " << level << std::endl;

@@ -75,12 +75,12 @@ private:
     ConvertCommand cmd_;
     uint64_t discardSize_ = 0;
 
-    std::atomic<bool> following_;     // the follow flag: set from cmd_.isContinue, cleared by Stop
-    bool startPositioned_ = false;    // the backward positioning runs at most once
-    std::mutex stopMutex_;            // pairs with stopped_, so that a Stop is never missed
+    std::atomic<bool> following_;   // the follow flag: set from cmd_.isContinue, cleared by Stop
+    bool startPositioned_ = false;  // the backward positioning runs at most once
+    std::mutex stopMutex_;          // pairs with stopped_, so that a Stop is never missed
     std::condition_variable stopped_;
-    ara::log::LogStorageMsg msg_;     // reused for every record
-    LineBuffer pending_;              // record lines not yet written, at most one block's
+    ara::log::LogStorageMsg msg_;  // reused for every record
+    LineBuffer pending_;           // record lines not yet written, at most one block's
 };
 
 }  // namespace zel::clt

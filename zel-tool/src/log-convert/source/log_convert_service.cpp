@@ -8,8 +8,8 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <string_view>
 #include <iostream>
+#include <string_view>
 #include <utility>
 
 #include "ara/log/system_time.h"
@@ -51,11 +51,16 @@ bool IsGzipFile(const std::string& path) {
 const char* LevelName(const ara::log::ExtendedHeader& header) {
     using ara::log::MessageType;
     switch (header.GetMessageType()) {
-        case MessageType::kLog: break;
-        case MessageType::kAppTrace: return "app_trace";
-        case MessageType::kNwTrace: return "nw_trace";
-        case MessageType::kControl: return "control";
-        default: return "unknown";
+        case MessageType::kLog:
+            break;
+        case MessageType::kAppTrace:
+            return "app_trace";
+        case MessageType::kNwTrace:
+            return "nw_trace";
+        case MessageType::kControl:
+            return "control";
+        default:
+            return "unknown";
     }
     static constexpr const char* kLevels[] = {"off", "fatal", "error", "warn", "info", "debug", "verbose"};
     const auto level = static_cast<std::size_t>(header.GetLogLevel());
