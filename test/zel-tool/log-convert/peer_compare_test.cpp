@@ -19,13 +19,21 @@ struct Fields {
     std::string counter, apid, ctid, level, payload, dataTime, storeTime;
 };
 
-std::vector<std::string> SplitLines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
+// The fields of every line of a tool's output, matched with line; a line that does not match
+// fails the test.
+template <typename ToFields>
+std::vector<Fields> ParseLines(const std::string& output, const std::regex& line, const char* tool, ToFields toFields) {
+    std::vector<Fields> records;
+    std::istringstream in(output);
+    for (std::string text; std::getline(in, text);) {
+        std::smatch m;
+        if (std::regex_match(text, m, line)) {
+            records.push_back(toFields(m));
+        } else {
+            ADD_FAILURE() << tool << " line not understood: " << text;
+        }
     }
-    return lines;
+    return records;
 }
 
 std::string StripPadding(std::string id) {
@@ -39,20 +47,13 @@ std::string StripPadding(std::string id) {
 std::vector<Fields> PeerRecords(const std::string& file) {
     const ProcessResult r = RunProgram("/usr/bin/dlt-convert", {"dlt-convert", "-a", file}, {"TZ=UTC"});
     static const std::regex line(R"(^\d+ (\S+ \S+) +(\d+) (\d{3}) \S+ (\S+) (\S+) (\S+) (\S+) [VN] \d+ \[(.*)\]$)");
-    std::vector<Fields> records;
-    for (const auto& text : SplitLines(r.out)) {
-        std::smatch m;
-        if (!std::regex_match(text, m, line)) {
-            ADD_FAILURE() << "dlt-convert line not understood: " << text;
-            continue;
-        }
+    return ParseLines(r.out, line, "dlt-convert", [](const std::smatch& m) {
         const std::string type = m[6];
         char seconds[32];
         std::snprintf(seconds, sizeof(seconds), "%.6f", std::stoull(m[2]) / 10000.0);
-        records.push_back({m[3], StripPadding(m[4]), StripPadding(m[5]), type == "log" ? m[7].str() : type, m[8],
-                           seconds, m[1].str() + ""});
-    }
-    return records;
+        return Fields{m[3], StripPadding(m[4]), StripPadding(m[5]), type == "log" ? m[7].str() : type, m[8], seconds,
+                      m[1]};
+    });
 }
 
 // "<data time> <storage date> <storage time> counter apid ctid level [payload]"
@@ -60,16 +61,8 @@ std::vector<Fields> OurRecords(const std::string& file) {
     const ProcessResult r = RunTool("zel-tool", {"log-convert", file}, {"TZ=UTC"});
     EXPECT_EQ(r.exitStatus, 0);
     static const std::regex line(R"(^(\S+) (\S+ \S+) (\d{3}) (\S*) (\S*) (\S+) \[(.*)\]$)");
-    std::vector<Fields> records;
-    for (const auto& text : SplitLines(r.out)) {
-        std::smatch m;
-        if (!std::regex_match(text, m, line)) {
-            ADD_FAILURE() << "zel-tool line not understood: " << text;
-            continue;
-        }
-        records.push_back({m[3], m[4], m[5], m[6], m[7], m[1], m[2]});
-    }
-    return records;
+    return ParseLines(r.out, line, "zel-tool",
+                      [](const std::smatch& m) { return Fields{m[3], m[4], m[5], m[6], m[7], m[1], m[2]}; });
 }
 
 void ExpectSameRecords(const std::string& dltFile, std::size_t atLeast) {
