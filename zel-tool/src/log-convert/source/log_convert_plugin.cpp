@@ -42,11 +42,11 @@ void SleepOneMillisecond() {
 
 bool LogConvertPlugin::ParseCommand(const std::vector<std::string>& words, ConvertCommand& command) {
     // The time keyword comes first, then "continue", then the count; the file is always last.
-    std::size_t i = 1;
-    const std::size_t last = words.size() - 1;
     if (words.size() < 2 || words.size() > 5) {
         return false;
     }
+    std::size_t i = 1;
+    const std::size_t last = words.size() - 1;
     if (i < last && (words[i] == kDatatime || words[i] == kManatime)) {
         (words[i] == kDatatime ? command.isManatime : command.isDatatime) = false;
         ++i;
