@@ -80,9 +80,9 @@ public:
         pos_ += n;
         return true;
     }
-    // An integer of 1 to 8 bytes.
+    // An integer of 1 to 8 bytes; any other width does not decode.
     bool Unsigned(std::size_t bytes, std::uint64_t& value) {
-        if (Left() < bytes) {
+        if (bytes == 0 || bytes > sizeof(value) || Left() < bytes) {
             return false;
         }
         value = 0;

@@ -96,6 +96,13 @@ TEST(LogStorageMsgTest, MalformedArgumentsEndInHex) {
     Record lengthless = Verbose({Arg::Uint(1, 1)});
     lengthless.payload = std::string("\x10\x00\x00\x00\x01", 5);
     EXPECT_EQ(PayloadOf(lengthless), "1");
+    // a boolean announced 16 bytes wide does not decode, in either byte order
+    Record wideBool = Verbose({Arg::Uint(1, 1)});
+    wideBool.payload = std::string("\x15\x00\x00\x00", 4) + std::string(16, '\x01');
+    EXPECT_EQ(PayloadOf(wideBool), "15 00 00 00 01 01 01 01 01 01 01 01 01 01 01 01 01 01 01 01");
+    wideBool.bigEndian = true;
+    wideBool.payload = std::string("\x00\x00\x00\x15", 4) + std::string(16, '\x01');
+    EXPECT_EQ(PayloadOf(wideBool), "00 00 00 15 01 01 01 01 01 01 01 01 01 01 01 01 01 01 01 01");
     // an unknown type
     Record unknown = Verbose({Arg::Uint(1, 1)});
     unknown.payload = std::string("\x00\x00\x00\x00\xff", 5);
