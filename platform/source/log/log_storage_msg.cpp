@@ -179,7 +179,6 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV1(const std::uint8_t* data, std::si
     storageTime_.tv_nsec = static_cast<long>(micros) * 1000;
 
     StandardHeader& sh = message_.standard_;
-    sh.version_ = 1;
     sh.mcnt_ = standard[1];
     sh.hasExtendedHeader_ = (htyp & kUseExtendedHeader) != 0;
     const std::uint8_t* p = standard + kV1StandardSize;
@@ -323,7 +322,6 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV2(const std::uint8_t* data, std::si
     dataTime_ = dataTime;
 
     StandardHeader& sh = message_.standard_;
-    sh.version_ = 2;
     sh.mcnt_ = base[4];
     sh.hasExtendedHeader_ = hasIds && content != kContentNonVerbose;
     ExtendedHeader& eh = message_.extended_;

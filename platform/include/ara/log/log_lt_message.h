@@ -20,11 +20,9 @@ public:
     std::uint8_t GetMcnt() const { return mcnt_; }
     // True when the message carries application id, context id and message info.
     bool IsHytpUeh() const { return hasExtendedHeader_; }
-    std::uint8_t GetVersion() const { return version_; }
 
 private:
     friend class LogStorageMsg;
-    std::uint8_t version_ = 0;
     std::uint8_t mcnt_ = 0;
     bool hasExtendedHeader_ = false;
 };

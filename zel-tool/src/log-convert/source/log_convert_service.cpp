@@ -130,7 +130,7 @@ bool LogConvertService::OpenLogFile() {
 }
 
 bool LogConvertService::CalculateFileSize() {
-    const std::streamoff current = logFileStream_.tellg();
+    const std::streamoff current = Tell();
     if (current >= 0) {
         logFileStream_.seekg(0, std::ios::end);
         const std::streamoff size = logFileStream_.tellg();
