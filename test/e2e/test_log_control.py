@@ -1,0 +1,89 @@
+"""log-control run as the installed tool: the exact requests that reach stand-ins for the log
+daemon's control socket and the MCU, and a real dlt-daemon applying them."""
+import os, select, socket, struct
+import pytest
+from conftest import CTRL_SOCKET, Daemon, expand, run, wait_for
+
+LC, NOT = 'zel-tool/log-control.json', 'Error, input cmd not support!\n'
+NO_DAEMON = 'fail to create connection with log_daemon \nfail to send local log level \n'
+
+def request(payload):
+    body = b'CLT\0\x16\x01CLT\0clt\0' + payload + b'remo'
+    return b'\x25\0' + struct.pack('>H', 4 + len(body)) + body
+
+def set_level(app, ctx, level):
+    return request(b'\x01\0\0\0' + app.ljust(4, b'\0') + ctx.ljust(4, b'\0') + bytes([level]))
+
+def default(level):
+    return request(b'\x11\0\0\0' + bytes([level]))
+
+@pytest.fixture
+def ends():
+    """Stand-ins for the daemon's control socket and the MCU; received() gives what each
+    connection to the socket sent and the datagrams to the MCU."""
+    os.makedirs(os.path.dirname(CTRL_SOCKET), exist_ok=True)
+    os.path.exists(CTRL_SOCKET) and os.remove(CTRL_SOCKET)
+    with socket.socket(socket.AF_UNIX) as daemon, socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as mcu:
+        daemon.bind(CTRL_SOCKET)
+        daemon.listen(8)
+        mcu.bind(('127.0.0.1', 51344))
+        def received():
+            got, datagrams = [], []
+            while select.select([daemon], [], [], 0)[0]:
+                conn = daemon.accept()[0]
+                got.append(b''.join(iter(lambda: conn.recv(4096), b'')))
+                conn.close()
+            while select.select([mcu], [], [], 0)[0]:
+                datagrams.append(mcu.recv(65536))
+            return got, datagrams
+        yield received
+    os.path.exists(CTRL_SOCKET) and os.remove(CTRL_SOCKET)
+
+@pytest.mark.parametrize('name, words, status, out, to_daemon, to_mcu', [
+    ('zel-tool', ['level', 'warn'], 0, [], [default(3)], [default(3)]),
+    ('zel-tool', [], 0, [], [default(4)], [default(4)]),
+    ('zel-tool', ['appid', 'LOG', 'ctxid', 'TEST', 'level', 'verbose'], 0, [], [set_level(b'LOG', b'TEST', 6)], []),
+    ('zel-tool', ['ctxid', 'TS', 'appid', 'APPLICATION'], 0, [], [set_level(b'APPL', b'TS', 4)], []),
+    ('zel-tool', ['appid', 'LOG'], 0, [], [set_level(b'LOG', b'', 4)], []),
+    ('zel-tool', ['ctxid', 'TESTING', 'level', 'off'], 0, [], [set_level(b'', b'TEST', 0)], []),
+    ('zel-tool', ['level', 'debug', 'level', 'warn'], 0, [], [default(3)], [default(3)]),
+    ('zel-tool', ['appid', 'AAAA', 'appid', 'BBBB', 'level', 'off'], 0, [], [set_level(b'BBBB', b'', 0)], []),
+    ('zel-tool', ['level', 'Debug'], 0, ['error, the input parameter level: Debug\n', LC], [], []),
+    ('zel-tool', ['level', '7'], 0, ['error, the input parameter level: 7\n', LC], [], []),
+    ('zel-tool', ['level', ''], 0, ['error, the input parameter level: \n', LC], [], []),
+    ('zel-tool', ['appid', 'LOG', 'level', 'loud'], 0, ['error, the input parameter level: loud\n', LC], [], []),
+    ('zel-tool', ['app', 'LOG'], 255, [NOT, LC], [], []),
+    ('zel-tool', ['level'], 255, [NOT, LC], [], []),
+    ('zel-tool', ['level', 'a', 'level', 'b', 'level', 'c', 'level', 'd'], 255, [NOT, LC], [], []),
+    ('zel-dbg', ['level', 'warn'], 0, ['zel-dbg/log-control.json'], [], []),  # "0", the process id, lacks a value
+])
+def test_requests(ends, name, words, status, out, to_daemon, to_mcu):
+    assert run('log-control', *words, name=name) == (status, expand(out))
+    assert ends() == (to_daemon, to_mcu)
+
+def test_no_daemon(ends):
+    os.remove(CTRL_SOCKET)
+    assert run('log-control', 'level', 'error') == run('log-control', 'appid', 'X') == (0, NO_DAEMON)
+    assert ends() == ([], [default(2)])
+
+def test_unreachable_mcu(ends):
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as squatter:  # on the SoC's port
+        squatter.bind(('127.0.0.1', 50513))
+        assert run('log-control', 'level', 'fatal') == (0, 'fail to create connection with MCU \nfail to send MCU log level \n')
+    assert ends() == ([default(1)], [])
+
+def test_real_daemon_applies_the_levels():
+    daemon = Daemon(CTRL_SOCKET)
+    try:
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as mcu:
+            mcu.bind(('127.0.0.1', 51344))
+            daemon.start('/usr/lib/libdlt-examples/dlt-example-user', '-n', '100000', '-d', '100', 'hello')
+            assert wait_for(lambda: 'Send log-level to context: LOG:TS2' in daemon.log())
+            for words, applied in [(['level', 'warn'], ['TS1 [-1 -> 3]']),  # contexts following the default
+                                   (['appid', 'LOG', 'ctxid', 'TEST', 'level', 'verbose'], ['TEST [6 -> 6]']),
+                                   (['appid', 'LOG', 'level', 'debug'], ['TEST [5 -> 5]', 'TS1 [5 -> 5]', 'TS2 [5 -> 5]'])]:
+                assert run('log-control', *words) == (0, '')
+                assert all(wait_for(lambda: 'context: LOG:' + c in daemon.log()) for c in applied), daemon.log()
+            assert 'LOG:TS1 [6' not in daemon.log() and mcu.recv(100) == default(3)
+    finally:
+        daemon.stop()

@@ -1,0 +1,126 @@
+"""The installed zel-tool and zel-dbg: standard output and exit status of the command forms,
+the configuration lookup and refused configuration files, and the tool's own logger."""
+import json, os, re, shutil, statistics, subprocess, time
+import pytest
+from conftest import BIN, SOURCE, SYSTEM_CONF, USER_CONF, expand, run, wait_for
+
+CLT, LC, LV = 'clt_plugin/clt.json', 'zel-tool/log-control.json', 'zel-tool/log-convert.json'
+VERSION, NOT, WRONG = 'command line tool version 1.0.0\n', 'Error, input cmd not support!\n', 'error, command is wrong \n'
+NUM, MISSING = 'error, num can not convert to be int\n', 'error, file path: none.log is not exist\n'
+
+@pytest.mark.parametrize('name, words, status, out', [
+    ('zel-tool', [], 255, ['Error, input parameter was empty!\n', CLT]),
+    ('zel-tool', ['help'], 0, [CLT]),
+    ('zel-tool', ['help', 'x'], 255, [NOT, CLT]),
+    ('zel-tool', ['-h'], 0, [CLT]),
+    ('zel-tool', ['--help'], 0, [CLT]),
+    ('zel-tool', ['-v'], 0, [VERSION]),
+    ('zel-tool', ['--version'], 0, [VERSION]),
+    ('zel-tool', ['-x'], 255, [NOT, CLT]),
+    ('zel-tool', ['--List'], 255, [NOT, CLT]),
+    ('zel-tool', ['-v', 'extra'], 255, [NOT, CLT]),
+    ('zel-tool', ['-v', '1234'], 255, [NOT, CLT]),
+    ('zel-tool', ['whatever', 'you', 'say'], 255, [NOT, CLT]),
+    ('zel-tool', ['log-control', 'help'], 0, [LC]),
+    ('zel-tool', ['log-convert', 'help'], 0, [LV]),  # the built-in help, though a pattern takes it too
+    ('zel-tool', ['clt', 'help'], 0, [CLT]),
+    ('zel-tool', ['foo', 'help'], 255, [NOT, CLT]),
+    ('zel-tool', ['log-control', 'Help'], 255, [NOT, LC]),
+    ('zel-tool', ['log-control', 'appid'], 255, [NOT, LC]),
+    ('zel-tool', ['log-convert'], 255, [NOT, LV]),
+    ('zel-tool', ['log-convert', 'datatime', 'manatime', 'x.log'], 255, [NOT, LV]),
+    ('zel-tool', ['log-convert', 'none.log'], 0, [MISSING, LV]),
+    ('zel-tool', ['log-convert', 'datatime', 'continue', '5', 'none.log'], 0, [MISSING, LV]),
+    ('zel-tool', ['log-convert', 'manatime', 'continue', ' 7', 'none.log'], 0, [MISSING, LV]),
+    ('zel-tool', ['log-convert', 'continue', '12abc', 'none.log'], 0, [MISSING, LV]),
+    ('zel-tool', ['log-convert', 'continue', 'abc', 'x.log'], 0, [NUM, WRONG, LV]),
+    ('zel-tool', ['log-convert', 'continue', 'datatime', 'x.log'], 0, [NUM, WRONG, LV]),
+    ('zel-tool', ['log-convert', 'datatime', 'continue', '99999999999', 'x.log'], 0, [NUM, WRONG, LV]),
+    ('zel-tool', ['log-convert', ''], 0, [WRONG, LV]),
+    ('zel-tool', ['log-convert', 'continue', '3', ''], 0, [WRONG, LV]),
+    ('log-control', ['help'], 0, [LC]),  # a link named after a plug-in
+    ('zel-dbg', ['-v'], 0, [VERSION]),
+    ('zel-dbg', ['-v', '1234'], 0, [VERSION]),
+    ('zel-dbg', ['-v', 'x'], 255, [NOT, CLT]),
+    ('zel-dbg', ['log-control', 'help'], 0, ['zel-dbg/log-control.json']),
+    ('zel-dbg', ['log-convert', 'none.log'], 0, [WRONG, 'zel-dbg/log-convert.json']),  # given "0" as process id
+])
+def test_command_forms(name, words, status, out):
+    assert run(*words, name=name) == (status, expand(out))
+
+def test_started_by_path():
+    assert run('help', name='log-control', argv0=BIN + 'log-control') == (255, expand([NOT, CLT]))
+    assert run('-v', argv0=BIN + 'zel-tool') == run('-v', argv0='./zel-tool') == (0, VERSION)
+
+def test_listings():
+    with open(USER_CONF + 'zel-tool/mcu.json', 'w') as f:  # the MCU's plug-in is never listed
+        json.dump({'app': 'mcu', 'command': ['mcu x'], 'help': []}, f)
+    def patterns(name):
+        with open(USER_CONF + f'zel-tool/{name}.json') as f:
+            conf = json.load(f)
+        return conf['app'] + ':\n' + ''.join(f'\t{c}\n' for c in conf['command']) + '\n'
+    names = [n[:-5] for n in os.listdir(USER_CONF + 'zel-tool') if n.endswith('.json')]
+    listed = 'command line tool support plugin: \n' + ''.join(f'\t{n}\n' for n in names if n != 'mcu')
+    assert run('-l') == run('--list') == (0, listed)
+    assert run('-a') == run('--all') == (0, ''.join(patterns(n) for n in names if n != 'mcu'))
+    for n in names:
+        os.remove(USER_CONF + f'zel-tool/{n}.json')
+    assert run('-l') == (0, 'command line tool support plugin: \n')
+    assert run('-a') == (0, '')
+
+OPEN, KEYS = 'log-control plugin config open failed\n', 'config keys error!\n'
+
+@pytest.mark.parametrize('text, out', [
+    ('{"app": "log-control", "command": [', OPEN),
+    ('["app", "command", "help"]', OPEN),
+    ('{"app": "x", "command": [], "help": [], "help": []}', OPEN),
+    ('{"command": ["log-control"], "app": "log-control", "help": []}', KEYS),
+    ('{"app": "log-control", "command": ["log-control"], "help": [], "extra": []}', KEYS),
+    ('{"app": "log-control", "command": ["log-control"]}', KEYS),
+    ('{"app": "log-control", "command": "log-control", "help": []}', ''),
+    ('{"app": "log-control", "command": ["log-control", 5], "help": []}', ''),
+    ('{"app": "log-control", "command": [], "help": {}}', ''),
+])
+def test_refused_configuration(text, out):
+    with open(USER_CONF + LC, 'w') as f:
+        f.write(text)
+    assert run('log-control', 'help') == (255, out + 'load log-control plugin fail\n')
+    assert run('log-control') == (255, out)
+    assert run('-a') == (255, out)  # -a stops at the broken file, printing nothing of its own
+
+def test_configuration_directories():
+    shutil.rmtree(USER_CONF)
+    assert run('-v') == (255, 'clt plugin config open failed\n')
+    assert run() == (255, 'Error, input parameter was empty!\nclt plugin config open failed\nload clt plugin fail\n')
+    assert run('help') == (0, 'clt plugin config open failed\nload clt plugin fail\n')
+    assert run('log-control', 'help') == (255, OPEN + 'load log-control plugin fail\n')
+    assert run('log-control', 'level', 'warn') == (255, OPEN)
+    shutil.copytree(SOURCE + '/conf', USER_CONF)
+    os.makedirs(SYSTEM_CONF + 'zel-dbg')  # the system directory, once there, takes every lookup
+    assert run('-v') == (255, 'clt plugin config open failed\n')
+    shutil.copytree(USER_CONF + 'clt_plugin', SYSTEM_CONF + 'clt_plugin')
+    assert run('-v') == run('-v', name='zel-dbg') == (0, VERSION)  # whatever the tool name
+    assert run('-l') == (0, f'command line tool support plugin: \nOpen conf dir {SYSTEM_CONF} failed\n')
+    with open(SYSTEM_CONF + 'zel-dbg/log-control.json', 'w') as f:
+        json.dump({'app': 'from-system', 'command': [], 'help': []}, f)
+    assert run('log-control', 'help', name='zel-dbg') == (0, 'from-system usage: \n')
+
+def test_logger_reaches_a_running_daemon(daemon):
+    recording = daemon.dir + '/record.dlt'
+    recorder = daemon.record(recording)
+    assert run('-v', '--', 'x y', env=daemon.env)[0] == 255
+    assert wait_for(lambda: b'zel-tool -v -- x y' in open(recording, 'rb').read())
+    recorder.terminate()
+    recorder.wait(5)
+    text = subprocess.run(['dlt-convert', '-a', recording], capture_output=True, text=True).stdout
+    # eight arguments: file, ":", line, " ", function, ":", message, the line as typed
+    assert re.search(r'CLT- clt- log debug V 8 \[main\.cpp : [0-9]+   main : execute command: zel-tool -v -- x y\]', text)
+
+def test_silent_and_quick_without_daemon():
+    times = []
+    for _ in range(5):
+        start = time.monotonic()
+        assert run('-v', env={'DLT_PIPE_DIR': '/nonexistent'}) == (0, VERSION)
+        times.append(time.monotonic() - start)
+    # neither libdlt's wait at exit nor the exit thread's 100 ms poll: the median run is short
+    assert statistics.median(times) < 0.09, times

@@ -1,0 +1,213 @@
+// Log conversion in the process: record lines, stored files cut and mixed with garbage at every
+// place that matters to the 2048-byte blocks, the tail of follow mode, the file checks, and the
+// plug-in's Terminate.
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <future>
+#include <random>
+
+#include "dlt_record.h"
+#include "log_convert_plugin.h"
+#include "log_convert_service.h"
+#include "support.h"
+
+namespace zel::clt {
+namespace {
+
+using dltgen::Arg;
+using dltgen::Record;
+
+std::string Text(int i, std::size_t size) {
+    const std::string text = "record " + std::to_string(i) + " ";
+    return text + std::string(size > text.size() ? size - text.size() : 0, 'x');
+}
+// Record i: counter i % 256, APP/CTX at info, data time i s since start-up, stored at
+// 1700000000 + i, one string argument of size characters; and the line printed for it (UTC).
+Record Numbered(int i, std::size_t size = 20, int version = 1) {
+    Record r;
+    r.version = version;
+    r.mcnt = static_cast<uint8_t>(i % 256);
+    r.timestamp = static_cast<uint32_t>(i) * 10000;
+    r.tsSeconds = static_cast<uint64_t>(i);
+    r.tsNanos = 0;
+    r.seconds = 1700000000 + i;
+    r.args = {Arg::String(Text(i, size))};
+    return r;
+}
+std::string Line(int i, std::size_t size = 20) {
+    char text[64];
+    const time_t stored = 1700000000 + i;
+    std::strftime(text, sizeof(text), ".000000 %Y/%m/%d %H:%M:%S.000000 ", std::gmtime(&stored));
+    return std::to_string(i) + text + std::to_string(1000 + i % 256).substr(1) + " APP CTX info [" + Text(i, size) +
+           "]\n";
+}
+std::string Records(int first, int last, std::size_t size = 20) {
+    std::string bytes;
+    while (first <= last) bytes += Encode(Numbered(first++, size));
+    return bytes;
+}
+std::string Lines(int first, int last, std::size_t size = 20) {
+    std::string lines;
+    while (first <= last) lines += Line(first++, size);
+    return lines;
+}
+std::string Discard(std::size_t bytes) {
+    return "Log file cannot be parse completely. Discard " + std::to_string(bytes) + " bytes.\n";
+}
+
+struct ConvertTest : testing::Test {
+    static void SetUpTestSuite() { setenv("TZ", "UTC", 1), tzset(); }
+    // Converts the file; in follow mode it goes back tail records and stops at the first check
+    // of the follow flag.
+    static std::pair<int32_t, std::string> Convert(const std::string& path, bool follow = false, int32_t tail = 10) {
+        LogConvertService service(ConvertCommand{follow, true, true, tail, path});
+        service.Stop();
+        test::CoutCapture out;
+        const int32_t result = service.ConvertLogFile();
+        return {result, out.Text()};
+    }
+    std::string Bytes(const std::string& bytes) { return Convert(dir.Write("x.log", bytes)).second; }
+    test::TempDir dir;
+};
+
+TEST_F(ConvertTest, RecordLines) {
+    EXPECT_EQ(Bytes(Records(0, 299)), Lines(0, 299));
+    Record bare = Numbered(5), trace = Numbered(6), odd = Numbered(7), empty = Numbered(255);
+    Record noIds = Numbered(8, 20, 2), nonVerbose = Numbered(9, 20, 2), full = Numbered(10, 20, 2);
+    full.ecu = "ECU-LONG-NAME";  // and segmentation, the extension field that real writers leave out
+    full.segmentation = std::string("\x01\x02\x03", 3);
+    bare.extended = bare.verbose = noIds.extended = nonVerbose.verbose = false;
+    bare.timestamp.reset();
+    bare.payload = "";
+    nonVerbose.payload = "\x01";
+    nonVerbose.messageId = 7;
+    trace.type = dltgen::MessageType::kAppTrace;
+    odd.typeInfo = 9;  // a level beyond verbose
+    empty.args = {Arg::String("")};
+    const std::string out = Bytes(Encode(bare) + Encode(trace) + Encode(odd) + Encode(empty) + Encode(noIds) +
+                                  Encode(nonVerbose) + Encode(full));
+    for (const char* line :
+         {"0.000000 2023/11/14 22:13:25.000000 005    []\n", " 006 APP CTX app_trace [record 6",
+          " 007 APP CTX unknown [record 7", " 255 APP CTX info []\n", " 008    [record 8", " 009    [7, 01]\n"}) {
+        EXPECT_NE(out.find(line), std::string::npos) << line;
+    }
+    EXPECT_NE(out.find(Line(10)), std::string::npos);
+}
+
+TEST_F(ConvertTest, EveryPrefixPrintsTheCompleteRecords) {
+    std::vector<std::string> records;  // sizes that put records across the block ends
+    for (int i = 0; i < 9; ++i) records.push_back(Encode(Numbered(i, 150 + 170 * i)));
+    std::string file;
+    for (const auto& record : records) file += record;
+    for (std::size_t cut = 0; cut <= file.size(); ++cut) {
+        std::string expected;
+        std::size_t complete = 0;
+        for (int i = 0; i < 9 && complete + records[i].size() <= cut; ++i) {
+            complete += records[i].size();
+            expected += Line(i, 150 + 170 * i);
+        }
+        ASSERT_EQ(Bytes(file.substr(0, cut)), expected + (cut > complete ? Discard(cut - complete) : "")) << cut;
+    }
+}
+
+TEST_F(ConvertTest, GarbageIsCountedWhereItLies) {
+    std::mt19937 random(7);
+    std::string file, expected;
+    for (int i = 0; i < 60; ++i) {
+        std::string garbage(random() % 700, 'x');
+        for (char& ch : garbage) ch = static_cast<char>('E' + random() % 180);  // never a 'D'
+        const std::size_t size = 10 + random() % 400;
+        file += garbage + Records(i, i, size);
+        expected += (garbage.empty() ? "" : Discard(garbage.size())) + Line(i, size);
+    }
+    EXPECT_TRUE(Bytes(file + std::string(37, 'x')) == expected + Discard(37));
+    // a mark split at the end of the first block, after garbage
+    for (std::size_t before = 1; before <= 4; ++before) {
+        EXPECT_EQ(Bytes(std::string(2048 - before, 'x') + Records(1, 2)), Discard(2048 - before) + Lines(1, 2));
+    }
+    // headers that announce more than the file holds, or less than themselves
+    Record longer = Numbered(1), shorter = Numbered(1);
+    longer.lengthOverride = 500;
+    shorter.lengthOverride = 6;
+    EXPECT_EQ(Bytes(Records(0, 0) + Encode(longer)), Lines(0, 0) + Discard(Encode(longer).size()));
+    EXPECT_EQ(Bytes(Records(0, 0) + Encode(shorter) + Records(2, 2)),
+              Lines(0, 0) + Discard(Encode(shorter).size()) + Lines(2, 2));
+}
+
+TEST_F(ConvertTest, LongRecordsAndMarksInPayloads) {
+    EXPECT_EQ(Bytes(Records(0, 0) + Records(1, 1, 7000) + Records(2, 2)),
+              Lines(0, 0) + Lines(1, 1, 7000) + Lines(2, 2));
+    Record outer = Numbered(1);
+    outer.args = {Arg::Raw(Records(9, 9))};
+    const std::string out = Bytes(Records(0, 0) + Encode(outer) + Records(2, 2));
+    EXPECT_EQ(out.find("record 9"), std::string::npos);  // the inner record is payload
+    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 3);
+    // backwards: a record over a whole block is printed but not counted, nor is one with a mark inside
+    const std::string big = dir.Write("big.log", Records(1, 9) + Records(10, 10, 5000) + Records(11, 12));
+    EXPECT_EQ(Convert(big, true, 2).second, Lines(11, 12));
+    EXPECT_EQ(Convert(big, true, 3).second, Lines(9, 9) + Lines(10, 10, 5000) + Lines(11, 12));
+    Record marked = Numbered(5);
+    marked.args = {Arg::String(std::string("a DLT\x01 mark", 12))};
+    const std::string path = dir.Write("marked.log", Records(1, 4) + Encode(marked) + Records(6, 7));
+    EXPECT_EQ(Convert(path, true, 3).second,
+              Lines(4, 4) + "5.000000 2023/11/14 22:13:25.000000 005 APP CTX info [a DLT\x01 mark]\n" + Lines(6, 7));
+}
+
+TEST_F(ConvertTest, TailAcrossBlocks) {
+    const std::string path = dir.Write("tail.log", Records(1, 25, 300));
+    for (const auto& [count, first] : {std::pair{10, 16}, {1, 25}, {25, 1}, {26, 1}, {0, 26}, {-4, 26}}) {
+        EXPECT_EQ(Convert(path, true, count), std::make_pair(0, Lines(first, 25, 300))) << count;
+    }
+    EXPECT_EQ(Convert(dir.Write("empty.log", ""), true), std::make_pair(0, std::string()));
+}
+
+TEST_F(ConvertTest, FileChecks) {
+    const std::string gzip("\x1f\x8b\x08\0\0\0\0\0\0\x03", 10);
+    const std::string missing = dir.Path("missing.log");
+    test::fs::create_symlink(missing, dir.Path("dangling.log"));
+    test::fs::create_directory(dir.Path("dir.log"));
+    test::fs::create_symlink(dir.Write("target.bin", Records(0, 0)), dir.Path("link.log"));
+    const std::vector<std::tuple<std::string, std::string, int32_t, std::string>> rows{
+        {"a.log.gz", gzip + "compressed", 0, ""},
+        {"b.log", gzip + Records(0, 3), 0, ""},  // recognised by its header
+        {"c.log.gz", std::string("\x1f\x8b\x08\0\x01\x02\x03\x04\0\x03", 10) + Records(0, 1), 0,
+         Discard(10) + Lines(0, 1)},  // only that header: a time stamp in it makes garbage
+        {"a.log.1", Records(0, 0), -1, "File: %s cannot find suffix .log or .log.gz\n"},
+        {"a.logs", Records(0, 0), -1, "File: %s cannot find suffix .log or .log.gz\n"},
+        {"a.LOG", Records(0, 0), -1, "File: %s cannot find suffix .log or .log.gz\n"},
+        {".log.gzip", Records(0, 0), -1, "File: %s cannot find suffix .log or .log.gz\n"},
+        {"missing.log", "", -1, "error, file path: %s is not exist\n"},
+        {"dangling.log", "", -1, "error, file path: %s is not exist\n"},
+        {"dir.log", "", -1, "File %s cannot be opened!\n"},
+        {"link.log", "", 0, Lines(0, 0)},
+    };
+    for (auto [name, bytes, result, out] : rows) {
+        if (!bytes.empty()) dir.Write(name, bytes);
+        if (out.find("%s") != std::string::npos) out.replace(out.find("%s"), 2, dir.Path(name));
+        EXPECT_EQ(Convert(dir.Path(name)), std::make_pair(result, out)) << name;
+    }
+}
+
+// Terminate returns once no conversion runs: after a wrong command, after a finished one, and
+// when it came first, the conversion ends at its first check of the follow flag.
+TEST_F(ConvertTest, PluginTerminate) {
+    const std::string path = dir.Write("f.log", Records(0, 24));
+    for (const test::Words& words : {test::Words{"log-convert"}, test::Words{"log-convert", path}}) {
+        LogConvertPlugin plugin;
+        test::CoutCapture quiet;
+        EXPECT_EQ(plugin.ExecCmd(words), 0);
+        EXPECT_EQ(std::async(std::launch::async, [&] { plugin.Terminate(); }).wait_for(std::chrono::seconds(5)),
+                  std::future_status::ready);
+    }
+    LogConvertPlugin plugin;
+    auto terminated = std::async(std::launch::async, [&] { plugin.Terminate(); });
+    EXPECT_EQ(terminated.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    test::CoutCapture out;
+    EXPECT_EQ(plugin.ExecCmd({"log-convert", "continue", "3", path}), 0);
+    EXPECT_EQ(terminated.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    EXPECT_EQ(out.Text(), Lines(22, 24));
+}
+
+}  // namespace
+}  // namespace zel::clt

@@ -1,0 +1,204 @@
+// The platform's byte formats: stored records of both versions (payload text, headers, byte
+// orders, what is skipped as garbage, records of the real version 2 writer as literal bytes),
+// the time text, and the log-control request bytes.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "ara/log/log_control_msg.h"
+#include "ara/log/log_storage_msg.h"
+#include "ara/log/system_time.h"
+#include "dlt_record.h"
+
+namespace ara::log {
+namespace {
+
+using zel::dltgen::Arg;
+using zel::dltgen::Encode;
+using zel::dltgen::Record;
+using Type = zel::dltgen::MessageType;
+
+std::vector<std::uint8_t> Bytes(const std::string& s) { return {s.begin(), s.end()}; }
+
+// Decodes bytes that hold exactly one record; returns its payload text.
+std::string Decode(const std::string& bytes, LogStorageMsg& msg) {
+    EXPECT_EQ(msg.Deserialize(Bytes(bytes)), static_cast<std::int64_t>(bytes.size()));
+    EXPECT_EQ(msg.GetLength(), bytes.size());
+    return msg.GetLogMsg().GetPayload();
+}
+std::string Decode(const Record& record) {
+    LogStorageMsg msg;
+    return Decode(Encode(record), msg);
+}
+
+Record Args(std::vector<Arg> args) {
+    Record r;
+    r.args = std::move(args);
+    return r;
+}
+// A verbose record of noar arguments given as payload bytes.
+Record Malformed(std::size_t noar, const std::string& payload, bool bigEndian = false) {
+    Record r = Args(std::vector<Arg>(noar, Arg::Bool(true)));
+    r.payload = payload;
+    r.bigEndian = bigEndian;
+    return r;
+}
+Record NonVerbose(int version, Type type, uint8_t typeInfo, const std::string& payload, uint32_t id = 0) {
+    Record r;
+    r.version = version;
+    r.verbose = false;
+    r.type = type;
+    r.typeInfo = typeInfo;
+    r.payload = payload;
+    r.messageId = id;
+    return r;
+}
+
+TEST(DecoderTest, PayloadText) {
+    const std::string ones(16, '\x01'), onesText = " 01 01 01 01 01 01 01 01 01 01 01 01 01 01 01 01";
+    const std::string sixteen("\x00\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f", 16);
+    // verbose arguments, in version 1 of either byte order and in version 2
+    const std::vector<std::pair<std::vector<Arg>, std::string>> args{
+        {{Arg::String("plain"), Arg::String("cr\rlf\nend"), Arg::String("")}, "plain cr lf end "},
+        {{Arg::String(std::string("cut\0here", 8))}, "cut"},
+        {{Arg::Bool(true), Arg::Bool(false), Arg::Int(-8, 1), Arg::Int(-1600, 2), Arg::Int(-320000, 4),
+          Arg::Int(-6400000000LL, 8)},
+         "1 0 -8 -1600 -320000 -6400000000"},
+        {{Arg::Uint(200, 1), Arg::Uint(60000, 2), Arg::Uint(4000000000U, 4), Arg::Uint(18000000000000000000ULL, 8)},
+         "200 60000 4000000000 18000000000000000000"},
+        {{Arg::Float32(3.25f), Arg::Float64(-1e-300), Arg::Float64(123456789.0)}, "3.25 -1e-300 1.23457e+08"},
+        {{Arg::Raw(std::string("\xde\xad\x00\x7f", 4)), Arg::Raw("")}, "de'ad'00'7f "},
+        {{Arg::Hex(0xab, 1), Arg::Hex(0xabc, 2), Arg::Hex(0x123456789ULL, 8)}, "0xab 0x0abc 0x0000000123456789"},
+        {{Arg::Bin(0xa5, 1), Arg::Bin(0x1234, 2)}, "0b1010 0101 0b0001 0010 0011 0100"},
+        {{Arg::Int(-5, 4).Named("speed", "km/h"), Arg::String("text").Named("label"), Arg::Bool(true).Named("flag"),
+          Arg::Raw("\x01").Named("r")},
+         "-5 text 1 01"},  // names and units are carried but not shown
+    };
+    for (const auto& [values, text] : args) {
+        for (const auto& [version, bigEndian] : {std::pair{1, false}, {1, true}, {2, false}}) {
+            Record r = Args(values);
+            r.version = version;
+            r.bigEndian = bigEndian;
+            EXPECT_EQ(Decode(r), text) << "version " << version << (bigEndian ? " big-endian" : "");
+        }
+    }
+    const std::vector<std::pair<Record, std::string>> rows{
+        {Args({Arg::Uint128(sixteen)}), "00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f"},
+        // a malformed argument list: the arguments decoded so far, then the rest in hex
+        {Malformed(2, std::string("\x41\0\0\0\x07\x00\x02\0\0\x09\0abc\0", 15)), "7 00 02 00 00 09 00 61 62 63 00"},
+        {Malformed(2, std::string("\x41\0\0\0\x07", 5)), "7 "},
+        {Malformed(1, std::string("\x10\0\0\0\x01", 5)), "1"},  // a boolean whose length code is 0
+        {Malformed(1, std::string("\x15\0\0\0", 4) + ones), "15 00 00 00" + onesText},  // a 16-byte boolean
+        {Malformed(1, std::string("\0\0\0\x15", 4) + ones, true), "00 00 00 15" + onesText},
+        {Malformed(1, std::string("\0\0\0\0\xff", 5)), "00 00 00 00 ff"},    // an unknown type
+        {Malformed(1, std::string("\x81\0\0\0\x05", 5)), "81 00 00 00 05"},  // a one-byte float
+        {Malformed(1, std::string("\x41\x08\0\0\x05\0\0\0\x07", 9)),
+         "41 08 00 00 05 00 00 00 07"},                                         // name past the end
+        {Malformed(1, std::string("\0\x0a\0\0\0\0", 6)), "00 0a 00 00 00 00"},  // a string's name length missing
+        // non-verbose: the message id, then the data
+        {NonVerbose(1, Type::kLog, 4, std::string("\x0a\0\0\0\xf3\x03", 6)), "10, f3 03"},
+        {NonVerbose(1, Type::kLog, 4, std::string("\x0b\0\0\0", 4)), "11, "},
+        {NonVerbose(1, Type::kLog, 4, std::string("\x0b\0", 2)), "0b 00"},
+        {NonVerbose(2, Type::kLog, 4, "\x01\x02", 4711), "4711, 01 02"},
+        // control: the service, a response's status, the rest
+        {NonVerbose(1, Type::kControl, 2, std::string("\x02\x0f\0\0\0\x02\0\0\0\0", 10)),
+         "service(3842), ok, 02 00 00 00 00"},
+        {NonVerbose(1, Type::kControl, 2, std::string("\x01\0\0\0\x02", 5)), "set_log_level, error"},
+        {NonVerbose(1, Type::kControl, 1, std::string("\x11\0\0\0\x03remo", 9)),
+         "set_default_log_level, 03 72 65 6d 6f"},
+        {NonVerbose(2, Type::kControl, 1, std::string("\x13\0\0\0", 4)), "get_software_version"},
+    };
+    for (const auto& [record, text] : rows) {
+        EXPECT_EQ(Decode(record), text);
+    }
+}
+
+// Two records of the COVESA version 2 writer (shared/v2-reference/s1-verbose.log, records 0
+// and 7): a control response without ids, and a log message with file, line and tags.
+TEST(DecoderTest, VersionTwoWriterBytes) {
+    const auto hex = [](const char* text) {
+        std::string bytes;
+        for (const char* p = text; p[0] != '\0'; p += 2)
+            bytes += static_cast<char>(std::stoi(std::string(p, 2), nullptr, 16));
+        return bytes;
+    };
+    LogStorageMsg msg;
+    EXPECT_EQ(
+        Decode(hex("444c5402006b03b79cbac0260a04454356324e00000000001a260104454356320000020f0000000200000000"), msg),
+        "service(3842), ok, 02 00 00 00 00");
+    EXPECT_EQ(msg.GetLogMsg().GetExtendedHeader().GetMessageType(), MessageType::kControl);
+    EXPECT_EQ(Decode(hex("444c5402006b03b7a2ef59261804454355315c070000000073310218227de8006b03b7a20445435531064c4f47"
+                         "4745520654455354455200003d9215646c742d6578616d706c652d757365722d76322e630000019103045441"
+                         "47310454414732045441473300230000000000000000020000110068656c6c6f20763220766572626f736500"),
+                     msg),
+              "0 hello v2 verbose");
+    const auto& m = msg.GetLogMsg();
+    EXPECT_EQ(m.GetExtendedHeader().GetApid(), "LOGGER");
+    EXPECT_EQ(m.GetExtendedHeader().GetCtid(), "TESTER");
+    EXPECT_EQ(m.GetExtendedHeader().GetLogLevel(), LogLevel::kWarn);
+    const auto [data, storage] = msg.GetPlatformTime();
+    EXPECT_EQ(std::make_pair(data.tv_sec, data.tv_nsec), std::make_pair(time_t{1795405730}, 404913640L));
+    EXPECT_EQ(std::make_pair(storage.tv_sec, storage.tv_nsec), std::make_pair(time_t{1795405730}, 405166575L));
+    for (const bool hostOrder : {false, true}) {  // the storage header's nanoseconds in either byte order
+        Record r = Args({});
+        r.version = 2;
+        r.subseconds = 250000000;
+        r.nanosHostOrder = hostOrder;
+        Decode(Encode(r), msg);
+        EXPECT_EQ(msg.GetPlatformTime().second.tv_nsec, 250000000) << hostOrder;
+    }
+}
+
+TEST(DecoderTest, GarbageAndCutRecords) {
+    const std::string good = Encode(Args({Arg::String("ok")}));
+    Record shortLen = Args({Arg::String("bad")});
+    shortLen.lengthOverride = 8;  // less than the headers it announces
+    std::string wrongVersion = Encode(Args({Arg::String("bad")}));
+    wrongVersion[16] = static_cast<char>((wrongVersion[16] & 0x1F) | 0x40);  // version 2 in a version 1 header
+    Record v2Short = shortLen;
+    v2Short.version = 2;
+    v2Short.lengthOverride = 9;
+    LogStorageMsg msg;
+    for (const std::string& bad :
+         {std::string("DLT\x03junkDLDLT\x01", 14), Encode(shortLen), wrongVersion, Encode(v2Short)}) {
+        EXPECT_EQ(msg.Deserialize(Bytes(bad + good)), static_cast<std::int64_t>(bad.size() + good.size()));
+        EXPECT_EQ(msg.GetLength(), good.size());
+        EXPECT_EQ(msg.GetLogMsg().GetPayload(), "ok");
+        EXPECT_EQ(msg.Deserialize(Bytes(bad)), 0);
+    }
+    // a cut record waits for the rest, and is not searched for the record its payload holds
+    for (const int version : {1, 2}) {
+        Record r = Args({Arg::Raw(good)});
+        r.version = version;
+        const std::string outer = Encode(r);
+        for (std::size_t cut = 0; cut < outer.size(); ++cut) {
+            EXPECT_EQ(msg.Deserialize(Bytes(outer.substr(0, cut))), 0) << cut;
+        }
+        EXPECT_EQ(msg.Deserialize(Bytes(outer)), static_cast<std::int64_t>(outer.size()));
+    }
+}
+
+TEST(DecoderTest, TimeText) {
+    setenv("TZ", "UTC", 1);
+    tzset();
+    EXPECT_EQ(SystemTime::SystemTimeToString({1700000000, 123456789}), "2023/11/14 22:13:20.123456");
+    EXPECT_EQ(SystemTime::SystemTimeToString({946684800, 0}), "2000/01/01 00:00:00.000000");
+    EXPECT_EQ(SystemTime::SystemTimeToString({12, 345600000}), "12.345600");  // since start-up
+    EXPECT_EQ(SystemTime::SystemTimeToString({946684799, 999999}), "946684799.000999");
+}
+
+TEST(DecoderTest, LogControlRequestBytes) {
+    LogControlMsg msg;
+    const auto bytes = [&msg] {
+        const std::vector<char> serialized = msg.Serialize();
+        return std::string(serialized.begin(), serialized.end());
+    };
+    EXPECT_EQ(bytes(), "");
+    msg.SetControlLogLevel(LogControlMsgSetLogLevel("APPLICATION", "*", LogLevel::kVerbose));
+    EXPECT_EQ(bytes(), std::string("\x25\0\0#CLT\0\x16\1CLT\0clt\0\1\0\0\0APPL\0\0\0\0\6remo", 35));
+    msg.SetControlDefaultLogLevel(LogControlMsgSetDefaultLogLevel(LogLevel::kWarn));
+    EXPECT_EQ(bytes(), std::string("\x25\0\0\033CLT\0\x16\1CLT\0clt\0\x11\0\0\0\3remo", 27));
+}
+
+}  // namespace
+}  // namespace ara::log

@@ -1,0 +1,70 @@
+// Helpers of the in-process tests: what std::cout receives, private files, and configuration
+// files of a tool name in this build's configuration directory.
+#ifndef ZEL_TEST_SUPPORT_H
+#define ZEL_TEST_SUPPORT_H
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "configuration.h"
+#include "zel_paths.h"
+
+namespace zel::test {
+
+namespace fs = std::filesystem;
+using Words = std::vector<std::string>;
+
+inline std::string WriteFile(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+    return path;
+}
+
+// Collects what std::cout receives while alive.
+struct CoutCapture {
+    std::ostringstream text;
+    std::streambuf* old = std::cout.rdbuf(text.rdbuf());
+    ~CoutCapture() { std::cout.rdbuf(old); }
+    std::string Text() const { return text.str(); }
+};
+
+// A directory of its own, removed with everything in it; in memory where there is one, as a
+// disk that discards freed blocks makes files rewritten thousands of times slow.
+struct TempDir {
+    std::string dir = (fs::is_directory("/dev/shm") ? "/dev/shm" : "/tmp") + std::string("/zel-test-XXXXXX");
+    TempDir() { mkdtemp(dir.data()); }
+    ~TempDir() { fs::remove_all(dir); }
+    std::string Path(const std::string& name) const { return dir + "/" + name; }
+    std::string Write(const std::string& name, const std::string& bytes) const { return WriteFile(Path(name), bytes); }
+};
+
+// <user conf dir>/<tool>/, by default a tool name of this process alone, made the tool name of
+// the Configuration. The files written are removed again, and the directory when it is empty.
+struct ConfTree {
+    explicit ConfTree(const std::string& name = "ut-" + std::to_string(getpid()))
+        : tool(name), dir(paths::kUserConfDir + tool + "/") {
+        fs::create_directories(dir);
+        clt::Configuration::GetInstance().SetName(tool);
+    }
+    ~ConfTree() {
+        std::error_code ignored;
+        for (const auto& file : files) fs::remove(file, ignored);
+        fs::remove(dir, ignored);
+    }
+    void Put(const std::string& plugin, const std::string& text) {
+        files.push_back(WriteFile(dir + plugin + ".json", text));
+    }
+    void Write(const std::string& plugin, const std::string& app, const Words& commands, const Words& helps = {}) {
+        Put(plugin, nlohmann::ordered_json{{"app", app}, {"command", commands}, {"help", helps}}.dump());
+    }
+    std::string tool, dir;
+    Words files;
+};
+
+}  // namespace zel::test
+
+#endif  // ZEL_TEST_SUPPORT_H
