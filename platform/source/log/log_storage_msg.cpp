@@ -313,10 +313,12 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV2(const std::uint8_t* data, std::si
 
     length_ = storageSize + len;
     storageTime_.tv_sec = static_cast<time_t>(Be(data + 4, 5));
-    std::uint32_t nanos = static_cast<std::uint32_t>(Be(data + 9, 4));
-    const std::uint32_t swapped = __builtin_bswap32(nanos);
-    if (nanos >= kNanosPerSecond && swapped < kNanosPerSecond) {
-        nanos = swapped;  // written in host order by some writers
+    // the real writer stores the nanoseconds little-endian; a value that only makes sense
+    // big-endian was written by an older writer
+    std::uint32_t nanos = static_cast<std::uint32_t>(Le(data + 9, 4));
+    const auto bigEndian = static_cast<std::uint32_t>(Be(data + 9, 4));
+    if (nanos >= kNanosPerSecond && bigEndian < kNanosPerSecond) {
+        nanos = bigEndian;
     }
     storageTime_.tv_nsec = static_cast<long>(nanos);
     dataTime_ = dataTime;

@@ -205,11 +205,11 @@ TEST(LogStorageMsgTest, HeadersOfVersionTwoWithEveryExtensionField) {
     EXPECT_EQ(storage.tv_sec, static_cast<time_t>(0x0123456789ULL));
     EXPECT_EQ(storage.tv_nsec, 999999999);
 
-    // absolute data time, nanoseconds of the storage header in host order
+    // absolute data time, nanoseconds of the storage header big-endian as older writers did
     r.tsRelative = false;
     r.tsSeconds = 1700000000;
     r.subseconds = 250000000;
-    r.nanosHostOrder = true;
+    r.nanosBigEndian = true;
     PayloadOf(r, msg);
     EXPECT_EQ(msg.GetPlatformTime().first.tv_sec, 1700000000);
     EXPECT_EQ(msg.GetPlatformTime().second.tv_nsec, 250000000);

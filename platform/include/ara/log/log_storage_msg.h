@@ -7,8 +7,8 @@
 //   storage header, 16 bytes                   storage header, 15 + n bytes
 //     0  4  "DLT" 0x01                           0  4  "DLT" 0x02
 //     4  4  seconds (LE)                         4  5  seconds (BE)
-//     8  4  microseconds (LE, signed)            9  4  nanoseconds (BE; a value of 10^9 or more
-//    12  4  ECU id                                     whose byte swap is below 10^9 is swapped)
+//     8  4  microseconds (LE, signed)            9  4  nanoseconds (LE; a value of 10^9 or more
+//    12  4  ECU id                                     whose BE reading is below 10^9 is read BE)
 //   standard header                             13  1  n, ECU id length;  14  n  ECU id
 //     0  1  HTYP: 0x01 extended header,         base header
 //           0x02 payload BE, 0x04 ECU id,         0  4  HTYP2: byte 0 bits 0-1 content (0 verbose,
