@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(cmake g++ make pkg-config libdlt-dev nlohmann-json3-dev)
 if [[ "${1:-build}" == test ]]; then
-    packages+=(libgtest-dev dlt-daemon dlt-tools libdlt-examples python3-pytest)
+    packages+=(libgtest-dev dlt-daemon dlt-tools libdlt-examples python3-pytest time)
 fi
 
 missing=()

@@ -150,6 +150,39 @@ TEST_F(LogConvertServiceTest, StorageMarkInsideAPayload) {
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 3);
 }
 
+// A writer that died inside record k, and a restarted writer that went on with record k + 1:
+// the cut record's length reaches into the records after it. Each real record is printed once,
+// the cut bytes are reported in front of the next one, nothing is invented. The cut records lie
+// at several places relative to the block ends, and may claim to end exactly at one.
+TEST_F(LogConvertServiceTest, RecordCutByADyingWriter) {
+    for (const int version : {1, 2}) {
+        for (const int k : {0, 2, 3, 5, 7}) {
+            for (const std::size_t cut : {2, 9, 30, 150}) {
+                for (const bool toBlockEnd : {false, true}) {
+                    std::string file;
+                    std::string expected;
+                    for (int i = 0; i < 10; ++i) {
+                        dltgen::Record r = test::Numbered(i, 200 + 37 * i);
+                        r.version = version;
+                        r.tsSeconds = static_cast<uint64_t>(i);
+                        r.tsNanos = 0;
+                        const std::size_t storageSize = version == 1 ? 16 : 18;
+                        if (i == k && toBlockEnd) {
+                            r.lengthOverride = (file.size() / 2048 + 1) * 2048 - file.size() - storageSize;
+                        }
+                        const std::string bytes = Encode(r);
+                        file += i == k ? bytes.substr(0, cut) : bytes;
+                        expected += i == k + 1 ? DiscardLine(cut) : "";
+                        expected += i == k ? "" : test::LineOf(i, 200 + 37 * i);
+                    }
+                    EXPECT_EQ(ConvertBytes(file), std::make_pair(0, expected))
+                        << "version " << version << " record " << k << " cut " << cut << " " << toBlockEnd;
+                }
+            }
+        }
+    }
+}
+
 TEST_F(LogConvertServiceTest, HeadersThatAnnounceMoreThanTheRecordHolds) {
     dltgen::Record longer = test::Numbered(1);
     longer.lengthOverride = 500;  // the file ends first

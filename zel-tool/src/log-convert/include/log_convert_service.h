@@ -9,8 +9,9 @@
 // wait and return; every other message is flushed at once.
 //
 // ConvertLogFile runs on the main thread. Stop may be called from any other thread at any
-// time: it ends the follow loop, which notices at once when waiting and otherwise after the
-// block it is printing.
+// time. It ends a plain conversion after the block being printed (its lines are written; what
+// was not read is not reported as discarded); in follow mode it ends the follow loop, which
+// notices at once when waiting and otherwise after the pass it is printing.
 #ifndef ZEL_CLT_LOG_CONVERT_SERVICE_H
 #define ZEL_CLT_LOG_CONVERT_SERVICE_H
 
@@ -57,6 +58,9 @@ private:
     void ReverseParseLogFile();
     void PrintLog();
     uint64_t DiscardLeftData();
+    // At the end of a plain conversion a carried record can no longer be completed: its mark is
+    // garbage, and whole records may still follow it in the carried bytes.
+    void DrainLeftData();
     void PrintMsg(const ara::log::LogStorageMsg& msg);
     void ReportDiscard(uint64_t bytes);
     // Writes the record lines gathered so far and flushes the stream.
@@ -76,6 +80,8 @@ private:
     uint64_t discardSize_ = 0;
 
     std::atomic<bool> following_;   // the follow flag: set from cmd_.isContinue, cleared by Stop
+    std::atomic<bool> stopRequested_{false};  // set by Stop: a plain conversion ends at a block boundary
+    bool passStopped_ = false;                // a forward pass was ended by Stop
     bool startPositioned_ = false;  // the backward positioning runs at most once
     std::mutex stopMutex_;          // pairs with stopped_, so that a Stop is never missed
     std::condition_variable stopped_;

@@ -75,6 +75,7 @@ void LogConvertService::Stop() {
     {
         std::lock_guard<std::mutex> lock(stopMutex_);
         following_ = false;
+        stopRequested_ = true;
     }
     stopped_.notify_all();
 }
@@ -205,17 +206,19 @@ uint64_t LogConvertService::DiscardLeftData() {
     if (leftDataBuf_.size() < kMarkSize) {
         return 0;
     }
-    // Drops what lies before the first storage mark. The block may end inside the mark of the
-    // next record, so a tail that begins like a mark is kept as well.
-    static constexpr char kMarkStart[] = "DLT";
+    // Drops what lies before the first mark that can still open a record: a mark whose headers
+    // are known to be invalid is garbage, so at most one record is ever carried. The block may
+    // end inside the mark of the next record, so a tail that begins like a mark is kept too.
+    const uint8_t* data = leftDataBuf_.data();
     const std::size_t size = leftDataBuf_.size();
     std::size_t first = 0;
-    for (; first < size; ++first) {
-        if (CompareLogStorageMark(leftDataBuf_, first) ||
-            (size - first < kMarkSize &&
-             std::equal(leftDataBuf_.begin() + static_cast<std::ptrdiff_t>(first), leftDataBuf_.end(), kMarkStart))) {
+    while (first < size) {
+        const void* d = std::memchr(data + first, 'D', size - first);
+        first = d == nullptr ? size : static_cast<std::size_t>(static_cast<const uint8_t*>(d) - data);
+        if (first == size || ara::log::LogStorageMsg::CanOpenRecord(data + first, size - first)) {
             break;
         }
+        ++first;
     }
     leftDataBuf_.erase(leftDataBuf_.begin(), leftDataBuf_.begin() + static_cast<std::ptrdiff_t>(first));
     return first;
@@ -276,6 +279,11 @@ void LogConvertService::PrintLog() {
         if (consumed < 1) {
             break;
         }
+        // a record that ends with the bytes read so far is judged again with the bytes after it
+        if (offset + static_cast<std::size_t>(consumed) == readDataBuf_.size() &&
+            static_cast<uint64_t>(position_) < fileSize_) {
+            break;
+        }
         offset += static_cast<std::size_t>(consumed);
         const uint64_t total = static_cast<uint64_t>(consumed) + discardSize_;
         discardSize_ = total - msg_.GetLength();
@@ -287,6 +295,14 @@ void LogConvertService::PrintLog() {
     }
     leftDataBuf_.assign(readDataBuf_.begin() + static_cast<std::ptrdiff_t>(offset), readDataBuf_.end());
     discardSize_ += DiscardLeftData();
+}
+
+void LogConvertService::DrainLeftData() {
+    while (!leftDataBuf_.empty()) {
+        readDataBuf_.assign(leftDataBuf_.begin() + 1, leftDataBuf_.end());
+        ++discardSize_;
+        PrintLog();
+    }
 }
 
 void LogConvertService::PrintMsg(const ara::log::LogStorageMsg& msg) {
@@ -342,6 +358,10 @@ void LogConvertService::ReadAndPrintLog() {
         }
     }
     while (true) {
+        if (stopRequested_ && !cmd_.isContinue) {
+            passStopped_ = true;  // the rest was never read: nothing to report of it
+            return;
+        }
         const std::streamoff pos = Tell();
         if (pos < 0) {
             break;
@@ -360,8 +380,11 @@ int32_t LogConvertService::ConvertLogFile() {
         return -1;
     }
     ReadAndPrintLog();
+    if (!cmd_.isContinue && !passStopped_) {
+        DrainLeftData();
+    }
     discardSize_ += leftDataBuf_.size();
-    if (discardSize_ != 0) {
+    if (discardSize_ != 0 && !passStopped_) {
         ReportDiscard(discardSize_);
         discardSize_ = 0;
     }
