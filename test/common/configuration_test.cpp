@@ -2,8 +2,12 @@
 
 #include <dirent.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <functional>
 
 #include "conf_tree.h"
 #include "process.h"
@@ -64,6 +68,30 @@ TEST_F(ConfigurationTest, UnopenableStorageNamesThePlugin) {
     EXPECT_EQ(Load("array"), std::make_pair(false, std::string("array plugin config open failed\n")));
     tree_.WriteRaw("twice", R"({"app": "x", "command": [], "help": [], "help": []})");
     EXPECT_EQ(Load("twice"), std::make_pair(false, std::string("twice plugin config open failed\n")));
+}
+
+// Entries named *.json that are not readable regular files fail like a missing file, without
+// blocking or throwing.
+TEST_F(ConfigurationTest, BadEntriesFailLikeAMissingFile) {
+    namespace fs = std::filesystem;
+    const std::vector<std::pair<std::string, std::function<void(const std::string&)>>> kinds = {
+        {"directory", [](const std::string& path) { fs::create_directory(path); }},
+        {"fifo", [](const std::string& path) { mkfifo(path.c_str(), 0644); }},
+        {"dangling", [](const std::string& path) { fs::create_symlink(path + ".gone", path); }},
+        {"empty", [](const std::string& path) { std::ofstream{path}; }},
+        {"unreadable",
+         [](const std::string& path) {
+             std::ofstream{path} << test::ConfJson("x", {}, {});
+             fs::permissions(path, fs::perms::none);
+         }},
+    };
+    for (const auto& [name, make] : kinds) {
+        if (name == "unreadable" && geteuid() == 0) {
+            continue;  // root reads it all the same
+        }
+        make(tree_.Dir() + "/" + name + ".json");
+        EXPECT_EQ(Load(name), std::make_pair(false, name + " plugin config open failed\n"));
+    }
 }
 
 TEST_F(ConfigurationTest, ArraysMustHoldStringsOnlyWhileAppMayBeUnreadable) {
