@@ -34,22 +34,20 @@ protected:
     test::ConfTree tree_;
 };
 
-TEST_P(ShippedPatternsTest, LogControlAcceptsUpToThreePairsInAnyOrder) {
+TEST_P(ShippedPatternsTest, LogControlAcceptsUpToSixPairsInAnyOrder) {
     const Words keywords{"appid", "ctxid", "level"};
     // values that look like keywords must not add a reading
     const Words values{"LOG", "level", "appid"};
     EXPECT_TRUE(Accepts("log-control", {"log-control"}));
     std::vector<Words> forms{{}};
-    for (int pairs = 1; pairs <= 3; ++pairs) {
+    for (std::size_t pairs = 1; pairs <= 6; ++pairs) {
         std::vector<Words> longer;
         for (const auto& form : forms) {
-            for (const auto& keyword : keywords) {
-                for (const auto& value : values) {
-                    Words next = form;
-                    next.push_back(keyword);
-                    next.push_back(value);
-                    longer.push_back(next);
-                }
+            for (std::size_t k = 0; k < keywords.size(); ++k) {
+                Words next = form;
+                next.push_back(keywords[k]);
+                next.push_back(values[(k + pairs) % values.size()]);
+                longer.push_back(next);
             }
         }
         forms = longer;
@@ -67,7 +65,8 @@ TEST_P(ShippedPatternsTest, LogControlRefusesTheRest) {
              {"log-control", "level", "info", "ctxid"},
              {"log-control", "app", "LOG"},
              {"log-control", "Level", "info"},
-             {"log-control", "level", "a", "level", "b", "level", "c", "level", "d"},
+             {"log-control", "level", "a", "level", "b", "level", "c", "level", "d", "appid", "e", "appid", "f",
+              "ctxid", "g"},
              {"log-control", "help", "me"},
          }) {
         EXPECT_FALSE(Accepts("log-control", words)) << testing::PrintToString(words);

@@ -91,7 +91,10 @@ TEST(LogControlBadInputTest, NothingIsSent) {
         {{"app", "LOG"}, 255, "Error, input cmd not support!\n"},
         {{"level"}, 255, "Error, input cmd not support!\n"},
         {{"appid", "LOG", "ctxid"}, 255, "Error, input cmd not support!\n"},
-        {{"level", "warn", "level", "info", "level", "off", "level", "off"}, 255, "Error, input cmd not support!\n"},
+        {{"level", "warn", "level", "info", "level", "off", "level", "off", "level", "off", "level", "off", "level",
+          "off"},
+         255,
+         "Error, input cmd not support!\n"},
     };
     for (const auto& c : cases) {
         std::vector<std::string> words{"log-control"};
