@@ -5,8 +5,9 @@
 // tailNum records and then prints records as they are appended, polling the size once a
 // second. The file is read in 2048-byte blocks in both directions; only an incomplete record
 // (or, backwards, the unparsed front of the span, at most one block) is carried between blocks.
-// Record lines go through the stream buffer and are flushed once per block and before every
-// wait and return; every other message is flushed at once.
+// Record lines are gathered and written in pieces of about 64 KB, and always before a message
+// line, at the end of every pass (so before every wait) and before returning; every other
+// message is flushed at once.
 //
 // ConvertLogFile runs on the main thread. Stop may be called from any other thread at any
 // time. It ends a plain conversion after the block being printed (its lines are written; what
@@ -65,6 +66,8 @@ private:
     void ReportDiscard(uint64_t bytes);
     // Writes the record lines gathered so far and flushes the stream.
     void FlushRecords();
+    // Standard output for a message line, after the record lines gathered so far.
+    std::ostream& Message();
     // Waits up to a second for Stop.
     void WaitForGrowth();
 
@@ -86,7 +89,7 @@ private:
     std::mutex stopMutex_;          // pairs with stopped_, so that a Stop is never missed
     std::condition_variable stopped_;
     ara::log::LogStorageMsg msg_;  // reused for every record
-    LineBuffer pending_;           // record lines not yet written, at most one block's
+    LineBuffer pending_;           // record lines not yet written, about 64 KB at most
 };
 
 }  // namespace zel::clt

@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::size_t kBlockSize = 2048;
 constexpr std::size_t kStreamBufferSize = 64 * 1024;
+constexpr std::size_t kOutputChunk = 64 * 1024;  // record lines are written in pieces of about this size
 constexpr std::size_t kMarkSize = 4;
 constexpr char kLogSuffix[] = ".log";
 constexpr char kGzipSuffix[] = ".log.gz";
@@ -141,7 +142,7 @@ bool LogConvertService::CalculateFileSize() {
             return true;
         }
     }
-    std::cout << "File stream is abnormal" << std::endl;
+    Message() << "File stream is abnormal" << std::endl;
     return false;
 }
 
@@ -155,7 +156,7 @@ void LogConvertService::Seek(std::streamoff pos) {
 bool LogConvertService::ReadLogFile() {
     const std::streamoff pos = Tell();
     if (pos < 0) {
-        std::cout << "File stream is abnormal" << std::endl;
+        Message() << "File stream is abnormal" << std::endl;
         return false;
     }
     readDataBuf_.swap(leftDataBuf_);
@@ -168,7 +169,7 @@ bool LogConvertService::ReadLogFile() {
     position_ += static_cast<std::streamoff>(length);
     if (logFileStream_.fail() || logFileStream_.bad()) {
         readDataBuf_.resize(start);
-        std::cout << "File stream read failed " << std::endl;
+        Message() << "File stream read failed " << std::endl;
         return false;
     }
     if (isGzip_) {
@@ -181,7 +182,7 @@ bool LogConvertService::ReadLogFile() {
 bool LogConvertService::ReverseReadLogFile() {
     const std::streamoff pos = Tell();
     if (pos < 0) {
-        std::cout << "File stream is abnormal" << std::endl;
+        Message() << "File stream is abnormal" << std::endl;
         return false;
     }
     if (pos == 0) {
@@ -193,7 +194,7 @@ bool LogConvertService::ReverseReadLogFile() {
     Seek(blockStart);
     logFileStream_.read(reinterpret_cast<char*>(block.data()), static_cast<std::streamsize>(length));
     if (logFileStream_.fail() || logFileStream_.bad()) {
-        std::cout << "File stream read failed " << std::endl;
+        Message() << "File stream read failed " << std::endl;
         return false;
     }
     Seek(blockStart);
@@ -267,9 +268,13 @@ void LogConvertService::FlushRecords() {
     std::cout.flush();
 }
 
+std::ostream& LogConvertService::Message() {
+    FlushRecords();  // the lines of the records before stay in front of the message
+    return std::cout;
+}
+
 void LogConvertService::ReportDiscard(uint64_t bytes) {
-    FlushRecords();  // the lines of the records before stay in front of the report
-    std::cout << "Log file cannot be parse completely. Discard " << bytes << " bytes." << std::endl;
+    Message() << "Log file cannot be parse completely. Discard " << bytes << " bytes." << std::endl;
 }
 
 void LogConvertService::PrintLog() {
@@ -370,9 +375,11 @@ void LogConvertService::ReadAndPrintLog() {
             return;
         }
         PrintLog();
-        FlushRecords();
+        if (pending_.Size() >= kOutputChunk) {
+            FlushRecords();
+        }
     }
-    std::cout << "File stream is abnormal " << std::endl;
+    Message() << "File stream is abnormal " << std::endl;
 }
 
 int32_t LogConvertService::ConvertLogFile() {
