@@ -8,6 +8,6 @@ bash tools/install-deps.sh test
 
 root="$PWD/build-bench/root"
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF -DZEL_PLATFORM_ROOT="$root" >/dev/null
-cmake --build build-bench -j"$(nproc)" --target zel-tool dlt-gen >/dev/null
+cmake --build build-bench -j"$(nproc)" >/dev/null
 cmake --install build-bench --prefix "$root/usr" >/dev/null
 python3 bench/bench.py --tool "$root/usr/bin/zel-tool" --gen build-bench/tools/dlt-gen "$@"

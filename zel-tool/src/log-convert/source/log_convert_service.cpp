@@ -1,5 +1,6 @@
 #include "log_convert_service.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,6 +21,7 @@ namespace {
 constexpr std::size_t kBlockSize = 2048;
 constexpr std::size_t kStreamBufferSize = 64 * 1024;
 constexpr std::size_t kOutputChunk = 64 * 1024;  // record lines are written in pieces of about this size
+constexpr int kPipeSize = 1024 * 1024;
 constexpr std::size_t kMarkSize = 4;
 constexpr char kLogSuffix[] = ".log";
 constexpr char kGzipSuffix[] = ".log.gz";
@@ -66,6 +68,16 @@ const char* LevelName(const ara::log::ExtendedHeader& header) {
     static constexpr const char* kLevels[] = {"off", "fatal", "error", "warn", "info", "debug", "verbose"};
     const auto level = static_cast<std::size_t>(header.GetLogLevel());
     return level < sizeof(kLevels) / sizeof(kLevels[0]) ? kLevels[level] : "unknown";
+}
+
+// A pipe to a reader such as grep or less holds 64 KB: the tool would wait for the reader after
+// every piece it writes. A wider pipe lets both run at once; where it cannot be widened, nothing
+// changes.
+void WidenOutputPipe() {
+    struct stat st {};
+    if (fstat(STDOUT_FILENO, &st) == 0 && S_ISFIFO(st.st_mode)) {
+        (void)fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kPipeSize);
+    }
 }
 
 }  // namespace
@@ -386,6 +398,7 @@ int32_t LogConvertService::ConvertLogFile() {
     if (!CheckFileName() || !OpenLogFile() || !CalculateFileSize()) {
         return -1;
     }
+    WidenOutputPipe();
     ReadAndPrintLog();
     if (!cmd_.isContinue && !passStopped_) {
         DrainLeftData();
