@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build needs ("build") or the build and the tests need
-# ("test"). Asks apt only when something is missing. Run as root.
+# Installs the Debian packages the build needs ("build"), the Debian package build needs
+# ("package") or the build and the tests need ("test"). Asks apt only when something is
+# missing. Run as root.
 set -euo pipefail
 
 packages=(cmake g++ make pkg-config libdlt-dev nlohmann-json3-dev)
+if [[ "${1:-build}" != build ]]; then
+    packages+=(dpkg-dev file lintian)
+fi
 if [[ "${1:-build}" == test ]]; then
-    packages+=(libgtest-dev dlt-daemon dlt-tools libdlt-examples python3-pytest time)
+    packages+=(libgtest-dev dlt-daemon dlt-tools libdlt-examples python3-pytest time mandoc bubblewrap)
 fi
 
 missing=()

@@ -40,7 +40,7 @@ def ends():
     os.path.exists(CTRL_SOCKET) and os.remove(CTRL_SOCKET)
 
 @pytest.mark.parametrize('name, words, status, out, to_daemon, to_mcu', [
-    ('zel-tool', ['level', 'warn'], 0, [], [default(3)], [default(3)]),
+    ('zel-tool', ['level', 'warn'], 0, [], [default(3)], [bytes.fromhex('2500001b434c54001601434c5400636c7400110000000372656d6f')]),
     ('zel-tool', [], 0, [], [default(4)], [default(4)]),
     ('zel-tool', ['appid', 'LOG', 'ctxid', 'TEST', 'level', 'verbose'], 0, [], [set_level(b'LOG', b'TEST', 6)], []),
     ('zel-tool', ['ctxid', 'TS', 'appid', 'APPLICATION'], 0, [], [set_level(b'APPL', b'TS', 4)], []),
@@ -49,12 +49,11 @@ def ends():
     ('zel-tool', ['level', 'debug', 'level', 'warn'], 0, [], [default(3)], [default(3)]),
     ('zel-tool', ['appid', 'AAAA', 'appid', 'BBBB', 'level', 'off'], 0, [], [set_level(b'BBBB', b'', 0)], []),
     ('zel-tool', ['level', 'Debug'], 0, ['error, the input parameter level: Debug\n', LC], [], []),
-    ('zel-tool', ['level', '7'], 0, ['error, the input parameter level: 7\n', LC], [], []),
-    ('zel-tool', ['level', ''], 0, ['error, the input parameter level: \n', LC], [], []),
     ('zel-tool', ['appid', 'LOG', 'level', 'loud'], 0, ['error, the input parameter level: loud\n', LC], [], []),
     ('zel-tool', ['app', 'LOG'], 255, [NOT, LC], [], []),
     ('zel-tool', ['level'], 255, [NOT, LC], [], []),
-    ('zel-tool', ['level', 'a', 'level', 'b', 'level', 'c', 'level', 'd'], 255, [NOT, LC], [], []),
+    ('zel-tool', 'level warn appid A ctxid B level off appid CC ctxid D'.split(), 0, [], [set_level(b'CC', b'D', 0)], []),
+    ('zel-tool', 'level a level b level c level d appid e appid f ctxid g'.split(), 255, [NOT, LC], [], []),
     ('zel-dbg', ['level', 'warn'], 0, ['zel-dbg/log-control.json'], [], []),  # "0", the process id, lacks a value
 ])
 def test_requests(ends, name, words, status, out, to_daemon, to_mcu):

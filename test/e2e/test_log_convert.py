@@ -1,11 +1,12 @@
 """log-convert run as the installed tool: follow mode with a writer appending to the file, the
-signals that end it, a file that shrinks or may not be read, and the payload text beside
-dlt-convert on a recorded daemon session."""
-import os, re, shutil, signal, subprocess, tempfile, time
+signals that end it or a plain conversion, a file that shrinks or may not be read, memory on
+garbage, and the text beside that of the public converters: dlt-convert on a recorded daemon
+session and on every control-response status, the version 2 reference recordings."""
+import os, re, shutil, signal, struct, subprocess, tempfile, time
 import pytest
-from conftest import BIN, ENV, SAMPLE, expand, run, sample, wait_for
+from conftest import BIN, ENV, SAMPLE, SOURCE, expand, run, sample, wait_for
 
-LV = 'zel-tool/log-convert.json'
+LV, REFERENCE = 'zel-tool/log-convert.json', SOURCE + '/../shared/v2-reference'
 
 class Follow:
     """zel-tool log-convert ... FILE on a file holding records; its output is read as it runs."""
@@ -73,20 +74,33 @@ def test_unreadable_file():
                               'log-convert', log], capture_output=True, text=True).stdout
     assert out == f'File {log} cannot be accessed!\n' + expand([LV])
 
-PEER = re.compile(r'\d+ (\S+ \S+) +(\S+) (\d{3}) \S+ (\S+) (\S+) (\S+) (\S+) [VN] \d+ \[(.*)\]')
-OURS = re.compile(r'(\S+) (\S+ \S+) (\d{3}) (\S+) (\S+) (\S+) \[(.*)\]')
+# index, storage time, data time, counter, ECU, application, context, in version 2 file, line and
+# tags, message type, level or subtype, mode, argument count, payload
+PEER = re.compile(r'\d+ (\S+ \S+) +(\S+) (\d{3}) \S+ (\S+) (\S+) (?:.*? )?(log|control|app_trace|nw_trace) (\S+) [VN] \d+ \[(.*)\]')
+OURS = re.compile(r'(\S+|\S+ \S+) (\S+ \S+) (\d{3}) (\S*) (\S*) (\S+) \[(.*)\]')
 
-def same_records(dlt, at_least):
-    """zel-tool's lines and dlt-convert -a's for the file: both time stamps, counter, ids, level
-    (or message type) and payload."""
+def same_records(peer, ours, at_least, v2=False):
+    """Our lines beside the peer's: both time stamps, counter, ids, level (or message type), payload."""
     expected = []
-    for text in subprocess.run(['dlt-convert', '-a', dlt], capture_output=True, env=ENV).stdout.decode('latin-1').splitlines():
+    for text in peer.splitlines():
         stored, stamp, counter, apid, ctid, kind, level, payload = PEER.fullmatch(text).groups()
-        expected.append((f'{int(stamp) / 10000:.6f}', stored, counter, apid.rstrip('-'), ctid.rstrip('-'),
-                         level if kind == 'log' else kind, payload))
+        if '.' in stamp:  # seconds and nanoseconds
+            stamp = time.strftime('%Y/%m/%d %H:%M:%S.', time.gmtime(int(stamp[:-10]))) + stamp[-9:-3]
+        else:  # 0.1 ms since start-up
+            stamp = '0.000000' if stamp == '----------' else f'{int(stamp) / 10000:.6f}'
+        expected.append((stamp, stored, counter, apid.rstrip('-'), ctid.rstrip('-'), level if kind == 'log' else kind, payload))
+    ours = [OURS.fullmatch(text).groups() for text in ours.splitlines()]
+    if v2:  # that converter prints no storage times: ours run forward inside the recording's window
+        stored = [fields[1] for fields in ours]
+        assert stored == sorted(stored) and '2026/11/23 03:48' < stored[0] and stored[-1] < '2026/11/23 04:00'
+        ours, expected = [f[:1] + f[2:] for f in ours], [f[:1] + f[2:] for f in expected]
+    assert len(expected) >= at_least and ours == expected
+
+def convert_beside_dlt_convert(dlt, at_least):
     status, out = run('log-convert', shutil.copy(dlt, str(dlt) + '.log'))  # zel-tool takes *.log files only
-    assert status == 0 and len(expected) >= at_least
-    assert [OURS.fullmatch(text).groups() for text in out.splitlines()] == expected
+    assert status == 0
+    same_records(subprocess.run(['dlt-convert', '-a', dlt], capture_output=True, env=ENV).stdout.decode('latin-1'),
+                 out, at_least)
 
 def test_payload_text_as_dlt_convert_prints_it(tmp_path, daemon):
     session, examples = tmp_path / 'session.dlt', '/usr/lib/libdlt-examples/'
@@ -97,5 +111,46 @@ def test_payload_text_as_dlt_convert_prints_it(tmp_path, daemon):
     time.sleep(0.5)
     recorder.terminate()
     recorder.wait(5)
-    same_records(session, 100)
-    same_records(shutil.copy(SAMPLE, tmp_path), 20)
+    convert_beside_dlt_convert(session, 100)
+    convert_beside_dlt_convert(shutil.copy(SAMPLE, tmp_path), 20)
+
+@pytest.mark.parametrize('service', [0, 1, 3, 4, 0x14, 0x15, 0xF01, 0xF05, 0xFFFFFFFF])
+def test_every_control_status_as_dlt_convert_prints_it(tmp_path, service):
+    def response(status):  # a version 1 control response with some bytes after the status, or none
+        body = struct.pack('>4sIBB4s4s', b'ECU1', 1234, 0x26, 1, b'APP', b'CTX') + struct.pack('<IB', service, status)
+        body += b'\x01\x02' if status % 3 else b''
+        return b'DLT\x01' + struct.pack('<II4sBB', 1700000000, 0, b'ECU1', 0x35, status) + struct.pack('>H', 4 + len(body)) + body
+    (tmp_path / 'control.dlt').write_bytes(b''.join(response(status) for status in range(256)))
+    convert_beside_dlt_convert(tmp_path / 'control.dlt', 256)
+
+@pytest.mark.parametrize('name', ['s1-verbose', 's3-mixed'])
+def test_version_2_reference_recordings(name):
+    with open(f'{REFERENCE}/{name}.ref.txt', encoding='utf-8') as ref:
+        same_records(ref.read(), run('log-convert', f'{REFERENCE}/{name}.log')[1], 38, v2=True)
+
+@pytest.mark.parametrize('marks', [1, 12 << 20], ids=['one mark', 'marks only'])
+def test_garbage_behind_a_mark_is_dropped_as_it_is_read(tmp_path, marks):
+    log, size = tmp_path / 'garbage.log', 48 << 20
+    with open(log, 'wb') as f:
+        f.write(b'DLT\x01' * marks)
+        f.truncate(size)  # zeros behind the marks, without writing them
+    out = subprocess.run(['/usr/bin/time', '-f', '%M', '-o', tmp_path / 'peak', BIN + 'zel-tool', 'log-convert', log],
+                         capture_output=True, timeout=30).stdout
+    assert out == f'Log file cannot be parse completely. Discard {size} bytes.\n'.encode()
+    assert int((tmp_path / 'peak').read_text()) < 16 * 1024  # kB: the carried bytes stay one record at most
+
+@pytest.mark.parametrize('sig', [signal.SIGINT, signal.SIGTERM])
+def test_a_signal_ends_a_plain_conversion_at_a_block_boundary(tmp_path, sig):
+    records, lines = sample('datatime')
+    (tmp_path / 'big.log').write_bytes(b''.join(records) * 17000)
+    tool = subprocess.Popen([BIN + 'zel-tool', 'log-convert', 'datatime', tmp_path / 'big.log'], stdout=subprocess.PIPE)
+    out, start, signalled = b'', time.monotonic(), None
+    while tool.poll() is None and time.monotonic() - start < 30:
+        if signalled is None and time.monotonic() - start > 0.5:
+            tool.send_signal(sig)
+            signalled = time.monotonic()
+        out += tool.stdout.read(4096)  # a slow reader: the whole file takes far longer than a second
+        time.sleep(0.002)
+    out += tool.stdout.read()
+    assert tool.wait() == 0 and time.monotonic() - signalled < 2
+    assert 0 < len(out.splitlines()) < 17000 * len(records) and set(out.decode('latin-1').splitlines(True)) <= set(lines)

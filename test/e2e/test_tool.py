@@ -15,10 +15,8 @@ NUM, MISSING = 'error, num can not convert to be int\n', 'error, file path: none
     ('zel-tool', ['-h'], 0, [CLT]),
     ('zel-tool', ['--help'], 0, [CLT]),
     ('zel-tool', ['-v'], 0, [VERSION]),
-    ('zel-tool', ['--version'], 0, [VERSION]),
     ('zel-tool', ['-x'], 255, [NOT, CLT]),
     ('zel-tool', ['--List'], 255, [NOT, CLT]),
-    ('zel-tool', ['-v', 'extra'], 255, [NOT, CLT]),
     ('zel-tool', ['-v', '1234'], 255, [NOT, CLT]),
     ('zel-tool', ['whatever', 'you', 'say'], 255, [NOT, CLT]),
     ('zel-tool', ['log-control', 'help'], 0, [LC]),
@@ -26,7 +24,6 @@ NUM, MISSING = 'error, num can not convert to be int\n', 'error, file path: none
     ('zel-tool', ['clt', 'help'], 0, [CLT]),
     ('zel-tool', ['foo', 'help'], 255, [NOT, CLT]),
     ('zel-tool', ['log-control', 'Help'], 255, [NOT, LC]),
-    ('zel-tool', ['log-control', 'appid'], 255, [NOT, LC]),
     ('zel-tool', ['log-convert'], 255, [NOT, LV]),
     ('zel-tool', ['log-convert', 'datatime', 'manatime', 'x.log'], 255, [NOT, LV]),
     ('zel-tool', ['log-convert', 'none.log'], 0, [MISSING, LV]),
@@ -34,10 +31,8 @@ NUM, MISSING = 'error, num can not convert to be int\n', 'error, file path: none
     ('zel-tool', ['log-convert', 'manatime', 'continue', ' 7', 'none.log'], 0, [MISSING, LV]),
     ('zel-tool', ['log-convert', 'continue', '12abc', 'none.log'], 0, [MISSING, LV]),
     ('zel-tool', ['log-convert', 'continue', 'abc', 'x.log'], 0, [NUM, WRONG, LV]),
-    ('zel-tool', ['log-convert', 'continue', 'datatime', 'x.log'], 0, [NUM, WRONG, LV]),
     ('zel-tool', ['log-convert', 'datatime', 'continue', '99999999999', 'x.log'], 0, [NUM, WRONG, LV]),
     ('zel-tool', ['log-convert', ''], 0, [WRONG, LV]),
-    ('zel-tool', ['log-convert', 'continue', '3', ''], 0, [WRONG, LV]),
     ('log-control', ['help'], 0, [LC]),  # a link named after a plug-in
     ('zel-dbg', ['-v'], 0, [VERSION]),
     ('zel-dbg', ['-v', '1234'], 0, [VERSION]),
@@ -80,13 +75,21 @@ OPEN, KEYS = 'log-control plugin config open failed\n', 'config keys error!\n'
     ('{"app": "log-control", "command": "log-control", "help": []}', ''),
     ('{"app": "log-control", "command": ["log-control", 5], "help": []}', ''),
     ('{"app": "log-control", "command": [], "help": {}}', ''),
+    ('', OPEN),
+    (os.mkdir, OPEN),
+    (os.mkfifo, OPEN),  # and no wait for a writer
+    (lambda path: os.symlink(path + '.gone', path), OPEN),
 ])
 def test_refused_configuration(text, out):
-    with open(USER_CONF + LC, 'w') as f:
-        f.write(text)
-    assert run('log-control', 'help') == (255, out + 'load log-control plugin fail\n')
-    assert run('log-control') == (255, out)
-    assert run('-a') == (255, out)  # -a stops at the broken file, printing nothing of its own
+    os.remove(USER_CONF + LC)
+    if callable(text):
+        text(USER_CONF + LC)
+    else:
+        with open(USER_CONF + LC, 'w') as f:
+            f.write(text)
+    assert run('log-control', 'help', timeout=5) == (255, out + 'load log-control plugin fail\n')
+    assert run('log-control', timeout=5) == (255, out)
+    assert run('-a', timeout=5) == (255, out)  # -a stops at the broken file, printing nothing of its own
 
 def test_configuration_directories():
     shutil.rmtree(USER_CONF)

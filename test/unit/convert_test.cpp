@@ -62,7 +62,7 @@ struct ConvertTest : testing::Test {
     // of the follow flag.
     static std::pair<int32_t, std::string> Convert(const std::string& path, bool follow = false, int32_t tail = 10) {
         LogConvertService service(ConvertCommand{follow, true, true, tail, path});
-        service.Stop();
+        if (follow) service.Stop();
         test::CoutCapture out;
         const int32_t result = service.ConvertLogFile();
         return {result, out.Text()};
@@ -126,13 +126,30 @@ TEST_F(ConvertTest, GarbageIsCountedWhereItLies) {
     for (std::size_t before = 1; before <= 4; ++before) {
         EXPECT_EQ(Bytes(std::string(2048 - before, 'x') + Records(1, 2)), Discard(2048 - before) + Lines(1, 2));
     }
-    // headers that announce more than the file holds, or less than themselves
-    Record longer = Numbered(1), shorter = Numbered(1);
-    longer.lengthOverride = 500;
-    shorter.lengthOverride = 6;
-    EXPECT_EQ(Bytes(Records(0, 0) + Encode(longer)), Lines(0, 0) + Discard(Encode(longer).size()));
-    EXPECT_EQ(Bytes(Records(0, 0) + Encode(shorter) + Records(2, 2)),
-              Lines(0, 0) + Discard(Encode(shorter).size()) + Lines(2, 2));
+}
+
+// A writer that died inside record k, and a restarted writer that went on with record k + 1:
+// the cut record's length reaches into the records after it. Each real record is printed once,
+// the cut bytes are reported in front of the next one. The cut records lie at several places
+// relative to the block ends, and may claim to end exactly at one.
+TEST_F(ConvertTest, RecordCutByADyingWriter) {
+    for (const int version : {1, 2}) {
+        for (const int k : {0, 2, 3, 5, 7}) {
+            for (const std::size_t cut : {2, 9, 30, 150}) {
+                for (const bool toBlockEnd : {false, true}) {
+                    std::string file, expected;
+                    for (int i = 0; i < 10; ++i) {
+                        Record r = Numbered(i, 200 + 37 * i, version);
+                        if (i == k && toBlockEnd)
+                            r.lengthOverride = (file.size() / 2048 + 1) * 2048 - file.size() - (version == 1 ? 16 : 18);
+                        file += i == k ? Encode(r).substr(0, cut) : Encode(r);
+                        expected += i == k ? "" : (i == k + 1 ? Discard(cut) : "") + Line(i, 200 + 37 * i);
+                    }
+                    EXPECT_EQ(Bytes(file), expected) << version << " " << k << " " << cut << " " << toBlockEnd;
+                }
+            }
+        }
+    }
 }
 
 TEST_F(ConvertTest, LongRecordsAndMarksInPayloads) {

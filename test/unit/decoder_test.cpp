@@ -1,11 +1,9 @@
-// The platform's byte formats: stored records of both versions (payload text, headers, byte
-// orders, what is skipped as garbage, records of the real version 2 writer as literal bytes),
-// the time text, and the log-control request bytes.
+// The stored-record decoder: payload text of both versions and byte orders, what is skipped as
+// garbage, records of the real version 2 writer as literal bytes; and the time text.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
-#include "ara/log/log_control_msg.h"
 #include "ara/log/log_storage_msg.h"
 #include "ara/log/system_time.h"
 #include "dlt_record.h"
@@ -16,7 +14,6 @@ namespace {
 using zel::dltgen::Arg;
 using zel::dltgen::Encode;
 using zel::dltgen::Record;
-using Type = zel::dltgen::MessageType;
 
 std::vector<std::uint8_t> Bytes(const std::string& s) { return {s.begin(), s.end()}; }
 
@@ -43,17 +40,6 @@ Record Malformed(std::size_t noar, const std::string& payload, bool bigEndian = 
     r.bigEndian = bigEndian;
     return r;
 }
-Record NonVerbose(int version, Type type, uint8_t typeInfo, const std::string& payload, uint32_t id = 0) {
-    Record r;
-    r.version = version;
-    r.verbose = false;
-    r.type = type;
-    r.typeInfo = typeInfo;
-    r.payload = payload;
-    r.messageId = id;
-    return r;
-}
-
 TEST(DecoderTest, PayloadText) {
     const std::string ones(16, '\x01'), onesText = " 01 01 01 01 01 01 01 01 01 01 01 01 01 01 01 01";
     const std::string sixteen("\x00\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0a\x0b\x0c\x0d\x0e\x0f", 16);
@@ -95,18 +81,6 @@ TEST(DecoderTest, PayloadText) {
         {Malformed(1, std::string("\x41\x08\0\0\x05\0\0\0\x07", 9)),
          "41 08 00 00 05 00 00 00 07"},                                         // name past the end
         {Malformed(1, std::string("\0\x0a\0\0\0\0", 6)), "00 0a 00 00 00 00"},  // a string's name length missing
-        // non-verbose: the message id, then the data
-        {NonVerbose(1, Type::kLog, 4, std::string("\x0a\0\0\0\xf3\x03", 6)), "10, f3 03"},
-        {NonVerbose(1, Type::kLog, 4, std::string("\x0b\0\0\0", 4)), "11, "},
-        {NonVerbose(1, Type::kLog, 4, std::string("\x0b\0", 2)), "0b 00"},
-        {NonVerbose(2, Type::kLog, 4, "\x01\x02", 4711), "4711, 01 02"},
-        // control: the service, a response's status, the rest
-        {NonVerbose(1, Type::kControl, 2, std::string("\x02\x0f\0\0\0\x02\0\0\0\0", 10)),
-         "service(3842), ok, 02 00 00 00 00"},
-        {NonVerbose(1, Type::kControl, 2, std::string("\x01\0\0\0\x02", 5)), "set_log_level, error"},
-        {NonVerbose(1, Type::kControl, 1, std::string("\x11\0\0\0\x03remo", 9)),
-         "set_default_log_level, 03 72 65 6d 6f"},
-        {NonVerbose(2, Type::kControl, 1, std::string("\x13\0\0\0", 4)), "get_software_version"},
     };
     for (const auto& [record, text] : rows) {
         EXPECT_EQ(Decode(record), text);
@@ -139,13 +113,13 @@ TEST(DecoderTest, VersionTwoWriterBytes) {
     const auto [data, storage] = msg.GetPlatformTime();
     EXPECT_EQ(std::make_pair(data.tv_sec, data.tv_nsec), std::make_pair(time_t{1795405730}, 404913640L));
     EXPECT_EQ(std::make_pair(storage.tv_sec, storage.tv_nsec), std::make_pair(time_t{1795405730}, 405166575L));
-    for (const bool hostOrder : {false, true}) {  // the storage header's nanoseconds in either byte order
+    for (const bool bigEndian : {false, true}) {  // the storage header's nanoseconds in either byte order
         Record r = Args({});
         r.version = 2;
         r.subseconds = 250000000;
-        r.nanosHostOrder = hostOrder;
+        r.nanosBigEndian = bigEndian;
         Decode(Encode(r), msg);
-        EXPECT_EQ(msg.GetPlatformTime().second.tv_nsec, 250000000) << hostOrder;
+        EXPECT_EQ(msg.GetPlatformTime().second.tv_nsec, 250000000) << bigEndian;
     }
 }
 
@@ -185,19 +159,6 @@ TEST(DecoderTest, TimeText) {
     EXPECT_EQ(SystemTime::SystemTimeToString({946684800, 0}), "2000/01/01 00:00:00.000000");
     EXPECT_EQ(SystemTime::SystemTimeToString({12, 345600000}), "12.345600");  // since start-up
     EXPECT_EQ(SystemTime::SystemTimeToString({946684799, 999999}), "946684799.000999");
-}
-
-TEST(DecoderTest, LogControlRequestBytes) {
-    LogControlMsg msg;
-    const auto bytes = [&msg] {
-        const std::vector<char> serialized = msg.Serialize();
-        return std::string(serialized.begin(), serialized.end());
-    };
-    EXPECT_EQ(bytes(), "");
-    msg.SetControlLogLevel(LogControlMsgSetLogLevel("APPLICATION", "*", LogLevel::kVerbose));
-    EXPECT_EQ(bytes(), std::string("\x25\0\0#CLT\0\x16\1CLT\0clt\0\1\0\0\0APPL\0\0\0\0\6remo", 35));
-    msg.SetControlDefaultLogLevel(LogControlMsgSetDefaultLogLevel(LogLevel::kWarn));
-    EXPECT_EQ(bytes(), std::string("\x25\0\0\033CLT\0\x16\1CLT\0clt\0\x11\0\0\0\3remo", 27));
 }
 
 }  // namespace

@@ -96,15 +96,15 @@ TEST_F(ProcessorTest, ReadingsOverAllPatterns) {
     EXPECT_EQ(errno, 42);
 }
 
-// Every form of the log-control and log-convert grammars has exactly one reading in the
-// shipped files of both tool names; the forms they refuse have none.
+// Every form of the log-control (up to six pairs) and log-convert grammars has exactly one
+// reading in the shipped files of both tool names; the forms they refuse have none.
 TEST_F(ProcessorTest, ShippedPatterns) {
     std::vector<std::string> control{"log-control"}, convert;
-    for (std::size_t pairs = 1, from = 0, to = 1; pairs <= 3; ++pairs, from = to, to = control.size()) {
+    const char* keywords[] = {" appid ", " ctxid ", " level "};
+    const char* values[] = {"LOG", "level", "appid"};  // values that look like keywords too
+    for (std::size_t pairs = 1, from = 0, to = 1; pairs <= 6; ++pairs, from = to, to = control.size()) {
         for (std::size_t i = from; i < to; ++i) {
-            for (const char* keyword : {" appid ", " ctxid ", " level "}) {
-                for (const char* value : {"LOG", "level", "appid"}) control.push_back(control[i] + keyword + value);
-            }
+            for (std::size_t k = 0; k < 3; ++k) control.push_back(control[i] + keywords[k] + values[(k + pairs) % 3]);
         }
     }
     for (const char* file : {"a.log", "continue", "datatime", "5"}) {
@@ -117,7 +117,7 @@ TEST_F(ProcessorTest, ShippedPatterns) {
         {"log-control",
          control,
          {"log-control appid", "log-control level info ctxid", "log-control Level info",
-          "log-control level a level b level c level d", "log-control help me"}},
+          "log-control level a level b level c level d appid e appid f ctxid g", "log-control help me"}},
         {"log-convert",
          convert,
          {"log-convert", "log-convert datatime manatime a.log", "log-convert datatime 7 a.log", "log-convert 7 a.log",

@@ -183,8 +183,8 @@ std::string EncodeV2(const Record& r) {
     }
     const std::size_t len =
         r.lengthOverride ? *r.lengthOverride : 7 + conditional.size() + extension.size() + payload.size();
-    const uint32_t nanos = r.nanosHostOrder ? __builtin_bswap32(r.subseconds) : r.subseconds;
-    std::string out = "DLT\x02" + Be(r.seconds, 5) + Be(nanos, 4) + ShortText(r.ecu);
+    const std::string nanos = r.nanosBigEndian ? Be(r.subseconds, 4) : Le(r.subseconds, 4);
+    std::string out = "DLT\x02" + Be(r.seconds, 5) + nanos + ShortText(r.ecu);
     out += static_cast<char>(htyp0);
     out += static_cast<char>(htyp1);
     out += std::string(2, '\0');

@@ -41,7 +41,7 @@ struct Record {
     // storage header
     uint64_t seconds = 1700000000;
     uint32_t subseconds = 0;      // version 1: microseconds; version 2: nanoseconds
-    bool nanosHostOrder = false;  // version 2: nanoseconds written little-endian
+    bool nanosBigEndian = false;  // version 2: nanoseconds big-endian, not as the real writer does
     std::string ecu = "ECU1";
     // standard / base header
     uint8_t mcnt = 0;

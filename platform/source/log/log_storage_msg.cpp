@@ -61,18 +61,7 @@ std::uint32_t Be32(const std::uint8_t* p) {
     return value;
 }
 
-// A version 1 id: its four bytes up to the first NUL.
-template <typename Id>
-void AssignId(Id& id, const std::uint8_t* p) {
-    std::memcpy(id.text, p, 4);  // a fixed size copies in one move
-    std::uint8_t length = 0;
-    while (length < 4 && p[length] != 0) {
-        ++length;
-    }
-    id.length = length;
-}
-
-// A version 2 id: its length byte was checked against the record.
+// An id whose length was checked against the record.
 template <typename Id>
 void AssignText(Id& id, const std::uint8_t* p, std::size_t length) {
     if (length != 0) {
@@ -129,31 +118,55 @@ private:
 
 }  // namespace
 
-std::int64_t LogStorageMsg::Deserialize(const std::uint8_t* data, std::size_t size) {
-    for (std::size_t pos = 0; pos + kMarkSize <= size; ++pos) {
-        if (data[pos] != 'D') {
-            const void* d = std::memchr(data + pos, 'D', size - pos - kMarkSize + 1);
-            if (d == nullptr) {
-                break;
-            }
-            pos = static_cast<const std::uint8_t*>(d) - data;
-        }
-        if (!IsMark(data + pos)) {
-            continue;
-        }
-        const Outcome outcome =
-            data[pos + 3] == 0x01 ? DecodeV1(data + pos, size - pos) : DecodeV2(data + pos, size - pos);
-        if (outcome == Outcome::kDecoded) {
-            return static_cast<std::int64_t>(pos + length_);
-        }
-        if (outcome == Outcome::kIncomplete) {
-            return 0;
-        }
+// What the header walk of one record found: everything the record line needs but the payload
+// text. Ids point into the record.
+struct LogStorageMsg::Layout {
+    std::size_t length = 0;  // storage header plus LEN
+    timespec storageTime{};
+    timespec dataTime{};
+    std::uint8_t mcnt = 0;
+    bool hasIds = false;
+    std::uint8_t msin = 0;
+    std::uint8_t noar = 0;
+    const std::uint8_t* apid = nullptr;
+    const std::uint8_t* ctid = nullptr;
+    std::size_t apidLength = 0;
+    std::size_t ctidLength = 0;
+    PayloadFormat format;
+    const std::uint8_t* payload = nullptr;
+};
+
+namespace {
+
+using Layout = LogStorageMsg::Layout;
+enum class Outcome { kInvalid, kIncomplete, kComplete };
+
+std::size_t IdLength(const std::uint8_t* id) {
+    std::size_t length = 0;
+    while (length < 4 && id[length] != 0) {
+        ++length;
     }
-    return 0;
+    return length;
 }
 
-LogStorageMsg::Outcome LogStorageMsg::DecodeV1(const std::uint8_t* data, std::size_t size) {
+// The payload format of a version 1 message, from its message info.
+PayloadFormat V1Format(const Layout& r, bool bigEndian) {
+    PayloadFormat format;
+    format.bigEndian = bigEndian;
+    const std::uint8_t type = (r.msin >> 1) & 0x07;
+    if (r.hasIds && (r.msin & 0x01) != 0) {
+        format.kind = PayloadFormat::Kind::kVerbose;
+        format.noar = r.noar;
+    } else if (r.hasIds && type == kMessageTypeControl) {
+        format.kind = PayloadFormat::Kind::kControl;
+        format.response = (r.msin >> 4) == kTypeInfoResponse;
+    } else {
+        format.kind = PayloadFormat::Kind::kNonVerbose;
+    }
+    return format;
+}
+
+Outcome ParseV1(const std::uint8_t* data, std::size_t size, Layout& r) {
     if (size < kV1StorageSize + kV1StandardSize) {
         return Outcome::kIncomplete;
     }
@@ -163,67 +176,111 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV1(const std::uint8_t* data, std::si
         return Outcome::kInvalid;
     }
     const std::size_t len = Be(standard + 2, 2);
-    const std::size_t headers = kV1StandardSize + ((htyp & kWithEcuId) != 0 ? 4 : 0) +
-                                ((htyp & kWithSessionId) != 0 ? 4 : 0) + ((htyp & kWithTimestamp) != 0 ? 4 : 0) +
-                                ((htyp & kUseExtendedHeader) != 0 ? kExtendedSize : 0);
-    if (len < headers) {
+    const std::size_t ecu = (htyp & kWithEcuId) != 0 ? 4 : 0;
+    const std::size_t session = (htyp & kWithSessionId) != 0 ? 4 : 0;
+    const std::size_t timestamp = (htyp & kWithTimestamp) != 0 ? 4 : 0;
+    r.hasIds = (htyp & kUseExtendedHeader) != 0;
+    if (len < kV1StandardSize + ecu + session + timestamp + (r.hasIds ? kExtendedSize : 0)) {
         return Outcome::kInvalid;
     }
-    if (kV1StorageSize + len > size) {
+    r.length = kV1StorageSize + len;
+    if (r.length > size) {
         return Outcome::kIncomplete;
     }
-
-    length_ = kV1StorageSize + len;
-    storageTime_.tv_sec = static_cast<time_t>(Le(data + 4, 4));
-    const auto micros = static_cast<std::int32_t>(static_cast<std::uint32_t>(Le(data + 8, 4)));
-    storageTime_.tv_nsec = static_cast<long>(micros) * 1000;
-
-    StandardHeader& sh = message_.standard_;
-    sh.mcnt_ = standard[1];
-    sh.hasExtendedHeader_ = (htyp & kUseExtendedHeader) != 0;
-    const std::uint8_t* p = standard + kV1StandardSize;
-    p += (htyp & kWithEcuId) != 0 ? 4 : 0;
-    p += (htyp & kWithSessionId) != 0 ? 4 : 0;
-    dataTime_ = timespec{};
-    if ((htyp & kWithTimestamp) != 0) {
+    r.storageTime.tv_sec = static_cast<time_t>(Le(data + 4, 4));
+    r.storageTime.tv_nsec = static_cast<long>(static_cast<std::int32_t>(Le(data + 8, 4))) * 1000;
+    r.mcnt = standard[1];
+    const std::uint8_t* p = standard + kV1StandardSize + ecu + session;
+    if (timestamp != 0) {
         const std::uint64_t tenthsOfMs = Be32(p);
-        dataTime_.tv_sec = static_cast<time_t>(tenthsOfMs / 10000);
-        dataTime_.tv_nsec = static_cast<long>((tenthsOfMs % 10000) * 100000);
-        p += 4;
+        r.dataTime.tv_sec = static_cast<time_t>(tenthsOfMs / 10000);
+        r.dataTime.tv_nsec = static_cast<long>((tenthsOfMs % 10000) * 100000);
+        p += timestamp;
     }
-
-    ExtendedHeader& eh = message_.extended_;
-    PayloadFormat format;
-    format.bigEndian = (htyp & kPayloadBigEndian) != 0;
-    if (sh.hasExtendedHeader_) {
-        eh.msin_ = p[0];
-        eh.noar_ = p[1];
-        AssignId(eh.apid_, p + 2);
-        AssignId(eh.ctid_, p + 6);
+    if (r.hasIds) {
+        r.msin = p[0];
+        r.noar = p[1];
+        r.apid = p + 2;
+        r.apidLength = IdLength(r.apid);
+        r.ctid = p + 6;
+        r.ctidLength = IdLength(r.ctid);
         p += kExtendedSize;
-        const auto type = static_cast<std::uint8_t>(eh.GetMessageType());
-        if (eh.IsVerbose()) {
-            format.kind = PayloadFormat::Kind::kVerbose;
-            format.noar = eh.noar_;
-        } else if (type == kMessageTypeControl) {
-            format.kind = PayloadFormat::Kind::kControl;
-            format.response = (eh.msin_ >> 4) == kTypeInfoResponse;
-        } else {
-            format.kind = PayloadFormat::Kind::kNonVerbose;
-        }
-    } else {
-        eh = ExtendedHeader{};
-        format.kind = PayloadFormat::Kind::kNonVerbose;
     }
-    message_.text_.clear();
-    AppendPayloadText(format, p, static_cast<std::size_t>(data + length_ - p), message_.text_);
-    return Outcome::kDecoded;
+    r.format = V1Format(r, (htyp & kPayloadBigEndian) != 0);
+    r.payload = p;
+    return Outcome::kComplete;
 }
 
-LogStorageMsg::Outcome LogStorageMsg::DecodeV2(const std::uint8_t* data, std::size_t size) {
-    // storage header: mark, seconds (5), nanoseconds (4), ECU id length, ECU id
-    constexpr std::size_t kFixedStorage = 14;
-    constexpr std::size_t kBaseSize = 7;  // HTYP2, MCNT, LEN
+// Version 2 base header after HTYP2, MCNT and LEN: message info, argument count, time stamp and
+// message id as the content type has them.
+bool ParseV2Conditional(std::uint8_t content, Cursor& c, Layout& r) {
+    if (content != kContentNonVerbose) {
+        if (!c.Has(2)) {
+            return false;
+        }
+        r.msin = *c.Take(1);
+        r.noar = *c.Take(1);
+    }
+    if (content != kContentControl) {
+        if (!c.Has(9)) {
+            return false;
+        }
+        const std::uint8_t* t = c.Take(9);
+        r.dataTime.tv_nsec = static_cast<long>(Be(t, 4) & 0x7FFFFFFF);  // bit 31: since the ECU started
+        r.dataTime.tv_sec = static_cast<time_t>(Be(t + 4, 5));
+    }
+    if (content == kContentNonVerbose) {
+        if (!c.Has(4)) {
+            return false;
+        }
+        r.format.hasMessageId = true;
+        r.format.messageId = static_cast<std::uint32_t>(Be(c.Take(4), 4));
+    }
+    return true;
+}
+
+// Version 2 extension header: its fields in the order of their flags.
+bool ParseV2Extension(std::uint8_t htyp0, std::uint8_t htyp1, Cursor& c, Layout& r) {
+    if ((htyp0 & kV2EcuId) != 0 && !c.SkipText()) {
+        return false;
+    }
+    if ((htyp0 & kV2AppContextIds) != 0 && (!c.Text(r.apid, r.apidLength) || !c.Text(r.ctid, r.ctidLength))) {
+        return false;
+    }
+    if ((htyp0 & kV2SessionId) != 0 && !c.Skip(4)) {
+        return false;
+    }
+    if ((htyp1 & kV2FileLine) != 0 && (!c.SkipText() || !c.Skip(4))) {
+        return false;
+    }
+    if ((htyp1 & kV2Tags) != 0) {
+        if (!c.Has(1)) {
+            return false;
+        }
+        for (std::size_t tags = *c.Take(1); tags > 0; --tags) {
+            if (!c.SkipText()) {
+                return false;
+            }
+        }
+    }
+    if ((htyp1 & kV2Privacy) != 0 && !c.Skip(1)) {
+        return false;
+    }
+    return (htyp1 & kV2Segmentation) == 0 || c.SkipText();
+}
+
+// Storage-header nanoseconds: the real writer stores them little-endian; a value that only
+// makes sense big-endian was written by an older writer.
+long V2StorageNanos(const std::uint8_t* p) {
+    const auto littleEndian = static_cast<std::uint32_t>(Le(p, 4));
+    const auto bigEndian = static_cast<std::uint32_t>(Be(p, 4));
+    return static_cast<long>(littleEndian >= kNanosPerSecond && bigEndian < kNanosPerSecond ? bigEndian
+                                                                                              : littleEndian);
+}
+
+Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {
+    constexpr std::size_t kFixedStorage = 14;  // mark, seconds (5), nanoseconds (4), ECU id length
+    constexpr std::size_t kBaseSize = 7;       // HTYP2, MCNT, LEN
     if (size < kFixedStorage) {
         return Outcome::kIncomplete;
     }
@@ -232,124 +289,133 @@ LogStorageMsg::Outcome LogStorageMsg::DecodeV2(const std::uint8_t* data, std::si
         return Outcome::kIncomplete;
     }
     const std::uint8_t* base = data + storageSize;
-    const std::uint8_t htyp0 = base[0];
-    const std::uint8_t htyp1 = base[1];
-    const std::uint8_t content = htyp0 & kContentMask;
-    if (((htyp0 >> 5) & 0x07) != 2 || content > kContentControl) {
-        return Outcome::kInvalid;
-    }
+    const std::uint8_t content = base[0] & kContentMask;
     const std::size_t len = Be(base + 5, 2);
-    if (len < kBaseSize) {
+    if (((base[0] >> 5) & 0x07) != 2 || content > kContentControl || len < kBaseSize) {
         return Outcome::kInvalid;
     }
-    if (storageSize + len > size) {
+    r.length = storageSize + len;
+    if (r.length > size) {
         return Outcome::kIncomplete;
     }
-
     Cursor c(base + kBaseSize, len - kBaseSize);
-    std::uint8_t msin = 0;
-    std::uint8_t noar = 0;
-    std::uint32_t messageId = 0;
-    timespec dataTime{};
-    auto timestamp = [&] {
-        if (!c.Has(9)) {
-            return false;
-        }
-        const std::uint8_t* t = c.Take(9);
-        dataTime.tv_nsec = static_cast<long>(Be(t, 4) & 0x7FFFFFFF);  // bit 31: since the ECU started
-        dataTime.tv_sec = static_cast<time_t>(Be(t + 4, 5));
-        return true;
-    };
-    if (content == kContentVerbose || content == kContentControl) {
-        if (!c.Has(2)) {
-            return Outcome::kInvalid;
-        }
-        msin = *c.Take(1);
-        noar = *c.Take(1);
-    }
-    if (content != kContentControl && !timestamp()) {
+    if (!ParseV2Conditional(content, c, r) || !ParseV2Extension(base[0], base[1], c, r)) {
         return Outcome::kInvalid;
     }
-    if (content == kContentNonVerbose) {
-        if (!c.Has(4)) {
-            return Outcome::kInvalid;
-        }
-        messageId = static_cast<std::uint32_t>(Be(c.Take(4), 4));
+    r.storageTime.tv_sec = static_cast<time_t>(Be(data + 4, 5));
+    r.storageTime.tv_nsec = V2StorageNanos(data + 9);
+    r.mcnt = base[4];
+    r.hasIds = (base[0] & kV2AppContextIds) != 0 && content != kContentNonVerbose;
+    if (content == kContentVerbose) {
+        r.format.kind = PayloadFormat::Kind::kVerbose;
+        r.format.noar = r.noar;
+    } else if (content == kContentControl) {
+        r.format.kind = PayloadFormat::Kind::kControl;
+        r.format.response = (r.msin >> 4) == kTypeInfoResponse;
+    } else {
+        r.format.kind = PayloadFormat::Kind::kNonVerbose;
     }
+    r.payload = base + kBaseSize + c.Position();
+    return Outcome::kComplete;
+}
 
-    const std::uint8_t* apid = nullptr;
-    const std::uint8_t* ctid = nullptr;
-    std::size_t apidLength = 0;
-    std::size_t ctidLength = 0;
-    const bool hasIds = (htyp0 & kV2AppContextIds) != 0;
-    if ((htyp0 & kV2EcuId) != 0 && !c.SkipText()) {
-        return Outcome::kInvalid;
-    }
-    if (hasIds && (!c.Text(apid, apidLength) || !c.Text(ctid, ctidLength))) {
-        return Outcome::kInvalid;
-    }
-    if ((htyp0 & kV2SessionId) != 0 && !c.Skip(4)) {
-        return Outcome::kInvalid;
-    }
-    if ((htyp1 & kV2FileLine) != 0 && (!c.SkipText() || !c.Skip(4))) {
-        return Outcome::kInvalid;
-    }
-    if ((htyp1 & kV2Tags) != 0) {
-        if (!c.Has(1)) {
-            return Outcome::kInvalid;
-        }
-        for (std::size_t tags = *c.Take(1); tags > 0; --tags) {
-            if (!c.SkipText()) {
-                return Outcome::kInvalid;
-            }
-        }
-    }
-    if ((htyp1 & kV2Privacy) != 0 && !c.Skip(1)) {
-        return Outcome::kInvalid;
-    }
-    if ((htyp1 & kV2Segmentation) != 0 && !c.SkipText()) {
-        return Outcome::kInvalid;
-    }
+Outcome Parse(const std::uint8_t* data, std::size_t size, Layout& r) {
+    return data[3] == 0x01 ? ParseV1(data, size, r) : ParseV2(data, size, r);
+}
 
-    length_ = storageSize + len;
-    storageTime_.tv_sec = static_cast<time_t>(Be(data + 4, 5));
-    std::uint32_t nanos = static_cast<std::uint32_t>(Be(data + 9, 4));
-    const std::uint32_t swapped = __builtin_bswap32(nanos);
-    if (nanos >= kNanosPerSecond && swapped < kNanosPerSecond) {
-        nanos = swapped;  // written in host order by some writers
+// The next storage mark at or after pos, or size.
+std::size_t NextMark(const std::uint8_t* data, std::size_t pos, std::size_t size) {
+    while (pos + kMarkSize <= size) {
+        const void* d = std::memchr(data + pos, 'D', size - pos - kMarkSize + 1);
+        if (d == nullptr) {
+            break;
+        }
+        pos = static_cast<std::size_t>(static_cast<const std::uint8_t*>(d) - data);
+        if (IsMark(data + pos)) {
+            return pos;
+        }
+        ++pos;
     }
-    storageTime_.tv_nsec = static_cast<long>(nanos);
-    dataTime_ = dataTime;
+    return size;
+}
 
-    StandardHeader& sh = message_.standard_;
-    sh.mcnt_ = base[4];
-    sh.hasExtendedHeader_ = hasIds && content != kContentNonVerbose;
+// True when the bytes after a record may open the next one: a mark, the start of one cut by
+// the end of the bytes, or nothing.
+bool OpensNext(const std::uint8_t* p, std::size_t size) {
+    return size >= kMarkSize ? IsMark(p) : std::memcmp(p, "DLT", size) == 0;
+}
+
+}  // namespace
+
+bool LogStorageMsg::CanOpenRecord(const std::uint8_t* data, std::size_t size) {
+    if (size < kMarkSize) {
+        return size != 0 && OpensNext(data, size);
+    }
+    Layout ignored;
+    return IsMark(data) && Parse(data, size, ignored) != Outcome::kInvalid;
+}
+
+// A record that is not followed by a mark was cut when its writer died when a complete record
+// starts inside it: decoding goes on there and the bytes in front are skipped. A record starting
+// inside it but not yet complete is waited for.
+std::int64_t LogStorageMsg::Deserialize(const std::uint8_t* data, std::size_t size) {
+    for (std::size_t pos = NextMark(data, 0, size); pos < size; pos = NextMark(data, pos + 1, size)) {
+        Layout record;
+        const Outcome outcome = Parse(data + pos, size - pos, record);
+        if (outcome == Outcome::kIncomplete) {
+            return 0;
+        }
+        if (outcome == Outcome::kInvalid) {
+            continue;
+        }
+        const std::size_t end = pos + record.length;
+        std::size_t inner = end;
+        if (!OpensNext(data + end, size - end)) {
+            inner = FindInnerRecord(data, pos + 1, end, size);
+        }
+        if (inner == 0) {
+            return 0;
+        }
+        if (inner < end) {
+            pos = inner - 1;  // the next mark searched for is the inner one
+            continue;
+        }
+        Assign(data + pos, record);
+        return static_cast<std::int64_t>(end);
+    }
+    return 0;
+}
+
+std::size_t LogStorageMsg::FindInnerRecord(const std::uint8_t* data, std::size_t from, std::size_t end,
+                                           std::size_t size) {
+    for (std::size_t pos = NextMark(data, from, end); pos < end; pos = NextMark(data, pos + 1, end)) {
+        Layout record;
+        switch (Parse(data + pos, size - pos, record)) {
+            case Outcome::kComplete:
+                return pos;
+            case Outcome::kIncomplete:
+                return 0;
+            case Outcome::kInvalid:
+                break;
+        }
+    }
+    return end;
+}
+
+void LogStorageMsg::Assign(const std::uint8_t* data, const Layout& record) {
+    length_ = record.length;
+    storageTime_ = record.storageTime;
+    dataTime_ = record.dataTime;
+    message_.standard_.mcnt_ = record.mcnt;
+    message_.standard_.hasExtendedHeader_ = record.hasIds;
     ExtendedHeader& eh = message_.extended_;
-    eh.msin_ = msin;
-    eh.noar_ = noar;
-    AssignText(eh.apid_, apid, hasIds ? apidLength : 0);
-    AssignText(eh.ctid_, ctid, hasIds ? ctidLength : 0);
-
-    PayloadFormat format;
-    switch (content) {
-        case kContentVerbose:
-            format.kind = PayloadFormat::Kind::kVerbose;
-            format.noar = noar;
-            break;
-        case kContentNonVerbose:
-            format.kind = PayloadFormat::Kind::kNonVerbose;
-            format.hasMessageId = true;
-            format.messageId = messageId;
-            break;
-        default:
-            format.kind = PayloadFormat::Kind::kControl;
-            format.response = (msin >> 4) == kTypeInfoResponse;
-            break;
-    }
-    const std::uint8_t* payload = base + kBaseSize + c.Position();
+    eh.msin_ = record.msin;
+    eh.noar_ = record.noar;
+    AssignText(eh.apid_, record.apid, record.apidLength);
+    AssignText(eh.ctid_, record.ctid, record.ctidLength);
     message_.text_.clear();
-    AppendPayloadText(format, payload, static_cast<std::size_t>(data + length_ - payload), message_.text_);
-    return Outcome::kDecoded;
+    AppendPayloadText(record.format, record.payload, static_cast<std::size_t>(data + length_ - record.payload),
+                      message_.text_);
 }
 
 }  // namespace ara::log

@@ -337,15 +337,17 @@ void AppendControl(const PayloadFormat& format, const std::uint8_t* data, std::s
         out += ')';
     }
     if (format.response && r.Left() > 0) {
-        static constexpr const char* kStatus[] = {"ok", "not_supported", "error", "perm_denied", "warning"};
+        // the statuses the standard names; any other prints as two hex digits
+        static constexpr const char* kStatus[] = {"ok", "not_supported", "error", "perm_denied", "warning",
+                                                  nullptr, nullptr, nullptr, "no_matching_context_id"};
         const std::uint8_t status = *r.Here();
-        r.Skip(1);
         out += ", ";
-        if (status < sizeof(kStatus) / sizeof(kStatus[0])) {
+        if (status < sizeof(kStatus) / sizeof(kStatus[0]) && kStatus[status] != nullptr) {
             out += kStatus[status];
         } else {
-            AppendDecimal(static_cast<unsigned>(status), out);
+            AppendHex(r.Here(), 1, ' ', out);
         }
+        r.Skip(1);
     }
     if (r.Left() > 0) {
         out += ", ";

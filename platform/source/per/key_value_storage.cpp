@@ -1,7 +1,10 @@
 #include "ara/per/key_value_storage.h"
 
-#include <fstream>
-#include <iterator>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <vector>
@@ -28,17 +31,43 @@ kvstype::KvsType ToKvs(const Json& value) {
     return kvstype::KvsType::Other();
 }
 
+// The whole content of a regular file. Anything else (a directory, a FIFO, a device) is
+// refused without blocking: the file is opened non-blocking and checked before it is read.
+core::Result<core::String> ReadRegularFile(const core::String& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        return MakeErrorCode(PerErrc::kStorageNotFound, "cannot open " + path);
+    }
+    struct stat st {};
+    core::String text;
+    bool ok = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+    char chunk[4096];
+    while (ok) {
+        const ssize_t n = read(fd, chunk, sizeof(chunk));
+        if (n == 0) {
+            break;
+        }
+        if (n > 0) {
+            text.append(chunk, static_cast<std::size_t>(n));
+        } else {
+            ok = errno == EINTR;
+        }
+    }
+    close(fd);
+    if (!ok) {
+        return MakeErrorCode(PerErrc::kPhysicalStorageFailure, "cannot read " + path + " as a file");
+    }
+    return text;
+}
+
 }  // namespace
 
 core::Result<UniqueHandle<KeyValueStorage>> OpenKeyValueStorage(core::StringView path) {
-    std::ifstream in{core::String(path), std::ios::binary};
-    if (!in) {
-        return MakeErrorCode(PerErrc::kStorageNotFound, "cannot open " + core::String(path));
+    auto read = ReadRegularFile(core::String(path));
+    if (!read.HasValue()) {
+        return read.Error();
     }
-    const core::String text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (in.bad()) {
-        return MakeErrorCode(PerErrc::kPhysicalStorageFailure, "cannot read " + core::String(path));
-    }
+    const core::String& text = read.Value();
 
     // The parser keeps the last of two equal keys without a word; a storage must not hold both,
     // so the keys of every object level are tracked while parsing.

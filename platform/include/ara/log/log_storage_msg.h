@@ -7,8 +7,8 @@
 //   storage header, 16 bytes                   storage header, 15 + n bytes
 //     0  4  "DLT" 0x01                           0  4  "DLT" 0x02
 //     4  4  seconds (LE)                         4  5  seconds (BE)
-//     8  4  microseconds (LE, signed)            9  4  nanoseconds (BE; a value of 10^9 or more
-//    12  4  ECU id                                     whose byte swap is below 10^9 is swapped)
+//     8  4  microseconds (LE, signed)            9  4  nanoseconds (LE; a value of 10^9 or more
+//    12  4  ECU id                                     whose BE reading is below 10^9 is read BE)
 //   standard header                             13  1  n, ECU id length;  14  n  ECU id
 //     0  1  HTYP: 0x01 extended header,         base header
 //           0x02 payload BE, 0x04 ECU id,         0  4  HTYP2: byte 0 bits 0-1 content (0 verbose,
@@ -37,6 +37,10 @@
 // version, LEN at least the headers it announces) opens the next record. When that record is
 // wholly inside the bytes it is decoded; otherwise nothing is, so that a record cut at the end
 // of the bytes is completed by more bytes instead of being searched for marks in its payload.
+// A decoded record is taken when a mark (or the end of the bytes) follows it. When something
+// else follows, its writer died inside it and a restarted writer went on: if a complete valid
+// record starts inside its span, decoding restarts there and the bytes in front are skipped; a
+// record without one is taken as it is, so a payload that carries a whole record stays one.
 // Garbage in front of the record is skipped and counted in the result.
 #ifndef ARA_LOG_LOG_STORAGE_MSG_H
 #define ARA_LOG_LOG_STORAGE_MSG_H
@@ -65,10 +69,19 @@ public:
     std::pair<timespec, timespec> GetPlatformTime() const { return {dataTime_, storageTime_}; }
     const LogLTMessage& GetLogMsg() const { return message_; }
 
+    // True when data may open a record: a storage mark (or the start of one, cut by the end of
+    // the bytes) whose headers are valid or not all there yet. A mark with invalid headers
+    // cannot open a record, however many bytes follow.
+    static bool CanOpenRecord(const std::uint8_t* data, std::size_t size);
+
+    struct Layout;
+
 private:
-    enum class Outcome { kInvalid, kIncomplete, kDecoded };
-    Outcome DecodeV1(const std::uint8_t* data, std::size_t size);
-    Outcome DecodeV2(const std::uint8_t* data, std::size_t size);
+    // Where a complete valid record starts inside [from, end); 0 when one starts there but is
+    // not complete yet; end when there is none.
+    static std::size_t FindInnerRecord(const std::uint8_t* data, std::size_t from, std::size_t end,
+                                       std::size_t size);
+    void Assign(const std::uint8_t* data, const Layout& record);
 
     std::uint64_t length_ = 0;
     timespec dataTime_{};

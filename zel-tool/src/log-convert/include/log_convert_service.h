@@ -5,12 +5,14 @@
 // tailNum records and then prints records as they are appended, polling the size once a
 // second. The file is read in 2048-byte blocks in both directions; only an incomplete record
 // (or, backwards, the unparsed front of the span, at most one block) is carried between blocks.
-// Record lines go through the stream buffer and are flushed once per block and before every
-// wait and return; every other message is flushed at once.
+// Record lines are gathered and written in pieces of about 64 KB, and always before a message
+// line, at the end of every pass (so before every wait) and before returning; every other
+// message is flushed at once.
 //
 // ConvertLogFile runs on the main thread. Stop may be called from any other thread at any
-// time: it ends the follow loop, which notices at once when waiting and otherwise after the
-// block it is printing.
+// time. It ends a plain conversion after the block being printed (its lines are written; what
+// was not read is not reported as discarded); in follow mode it ends the follow loop, which
+// notices at once when waiting and otherwise after the pass it is printing.
 #ifndef ZEL_CLT_LOG_CONVERT_SERVICE_H
 #define ZEL_CLT_LOG_CONVERT_SERVICE_H
 
@@ -57,10 +59,15 @@ private:
     void ReverseParseLogFile();
     void PrintLog();
     uint64_t DiscardLeftData();
+    // At the end of a plain conversion a carried record can no longer be completed: its mark is
+    // garbage, and whole records may still follow it in the carried bytes.
+    void DrainLeftData();
     void PrintMsg(const ara::log::LogStorageMsg& msg);
     void ReportDiscard(uint64_t bytes);
     // Writes the record lines gathered so far and flushes the stream.
     void FlushRecords();
+    // Standard output for a message line, after the record lines gathered so far.
+    std::ostream& Message();
     // Waits up to a second for Stop.
     void WaitForGrowth();
 
@@ -76,11 +83,13 @@ private:
     uint64_t discardSize_ = 0;
 
     std::atomic<bool> following_;   // the follow flag: set from cmd_.isContinue, cleared by Stop
+    std::atomic<bool> stopRequested_{false};  // set by Stop: a plain conversion ends at a block boundary
+    bool passStopped_ = false;                // a forward pass was ended by Stop
     bool startPositioned_ = false;  // the backward positioning runs at most once
     std::mutex stopMutex_;          // pairs with stopped_, so that a Stop is never missed
     std::condition_variable stopped_;
     ara::log::LogStorageMsg msg_;  // reused for every record
-    LineBuffer pending_;           // record lines not yet written, at most one block's
+    LineBuffer pending_;           // record lines not yet written, about 64 KB at most
 };
 
 }  // namespace zel::clt

@@ -1,5 +1,6 @@
 #include "log_convert_service.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,6 +20,8 @@ namespace {
 
 constexpr std::size_t kBlockSize = 2048;
 constexpr std::size_t kStreamBufferSize = 64 * 1024;
+constexpr std::size_t kOutputChunk = 64 * 1024;  // record lines are written in pieces of about this size
+constexpr int kPipeSize = 1024 * 1024;
 constexpr std::size_t kMarkSize = 4;
 constexpr char kLogSuffix[] = ".log";
 constexpr char kGzipSuffix[] = ".log.gz";
@@ -67,6 +70,16 @@ const char* LevelName(const ara::log::ExtendedHeader& header) {
     return level < sizeof(kLevels) / sizeof(kLevels[0]) ? kLevels[level] : "unknown";
 }
 
+// A pipe to a reader such as grep or less holds 64 KB: the tool would wait for the reader after
+// every piece it writes. A wider pipe lets both run at once; where it cannot be widened, nothing
+// changes.
+void WidenOutputPipe() {
+    struct stat st {};
+    if (fstat(STDOUT_FILENO, &st) == 0 && S_ISFIFO(st.st_mode)) {
+        (void)fcntl(STDOUT_FILENO, F_SETPIPE_SZ, kPipeSize);
+    }
+}
+
 }  // namespace
 
 LogConvertService::LogConvertService(ConvertCommand cmd) : cmd_(std::move(cmd)), following_(cmd_.isContinue) {}
@@ -75,6 +88,7 @@ void LogConvertService::Stop() {
     {
         std::lock_guard<std::mutex> lock(stopMutex_);
         following_ = false;
+        stopRequested_ = true;
     }
     stopped_.notify_all();
 }
@@ -140,7 +154,7 @@ bool LogConvertService::CalculateFileSize() {
             return true;
         }
     }
-    std::cout << "File stream is abnormal" << std::endl;
+    Message() << "File stream is abnormal" << std::endl;
     return false;
 }
 
@@ -154,7 +168,7 @@ void LogConvertService::Seek(std::streamoff pos) {
 bool LogConvertService::ReadLogFile() {
     const std::streamoff pos = Tell();
     if (pos < 0) {
-        std::cout << "File stream is abnormal" << std::endl;
+        Message() << "File stream is abnormal" << std::endl;
         return false;
     }
     readDataBuf_.swap(leftDataBuf_);
@@ -167,7 +181,7 @@ bool LogConvertService::ReadLogFile() {
     position_ += static_cast<std::streamoff>(length);
     if (logFileStream_.fail() || logFileStream_.bad()) {
         readDataBuf_.resize(start);
-        std::cout << "File stream read failed " << std::endl;
+        Message() << "File stream read failed " << std::endl;
         return false;
     }
     if (isGzip_) {
@@ -180,7 +194,7 @@ bool LogConvertService::ReadLogFile() {
 bool LogConvertService::ReverseReadLogFile() {
     const std::streamoff pos = Tell();
     if (pos < 0) {
-        std::cout << "File stream is abnormal" << std::endl;
+        Message() << "File stream is abnormal" << std::endl;
         return false;
     }
     if (pos == 0) {
@@ -192,7 +206,7 @@ bool LogConvertService::ReverseReadLogFile() {
     Seek(blockStart);
     logFileStream_.read(reinterpret_cast<char*>(block.data()), static_cast<std::streamsize>(length));
     if (logFileStream_.fail() || logFileStream_.bad()) {
-        std::cout << "File stream read failed " << std::endl;
+        Message() << "File stream read failed " << std::endl;
         return false;
     }
     Seek(blockStart);
@@ -205,17 +219,19 @@ uint64_t LogConvertService::DiscardLeftData() {
     if (leftDataBuf_.size() < kMarkSize) {
         return 0;
     }
-    // Drops what lies before the first storage mark. The block may end inside the mark of the
-    // next record, so a tail that begins like a mark is kept as well.
-    static constexpr char kMarkStart[] = "DLT";
+    // Drops what lies before the first mark that can still open a record: a mark whose headers
+    // are known to be invalid is garbage, so at most one record is ever carried. The block may
+    // end inside the mark of the next record, so a tail that begins like a mark is kept too.
+    const uint8_t* data = leftDataBuf_.data();
     const std::size_t size = leftDataBuf_.size();
     std::size_t first = 0;
-    for (; first < size; ++first) {
-        if (CompareLogStorageMark(leftDataBuf_, first) ||
-            (size - first < kMarkSize &&
-             std::equal(leftDataBuf_.begin() + static_cast<std::ptrdiff_t>(first), leftDataBuf_.end(), kMarkStart))) {
+    while (first < size) {
+        const void* d = std::memchr(data + first, 'D', size - first);
+        first = d == nullptr ? size : static_cast<std::size_t>(static_cast<const uint8_t*>(d) - data);
+        if (first == size || ara::log::LogStorageMsg::CanOpenRecord(data + first, size - first)) {
             break;
         }
+        ++first;
     }
     leftDataBuf_.erase(leftDataBuf_.begin(), leftDataBuf_.begin() + static_cast<std::ptrdiff_t>(first));
     return first;
@@ -264,9 +280,13 @@ void LogConvertService::FlushRecords() {
     std::cout.flush();
 }
 
+std::ostream& LogConvertService::Message() {
+    FlushRecords();  // the lines of the records before stay in front of the message
+    return std::cout;
+}
+
 void LogConvertService::ReportDiscard(uint64_t bytes) {
-    FlushRecords();  // the lines of the records before stay in front of the report
-    std::cout << "Log file cannot be parse completely. Discard " << bytes << " bytes." << std::endl;
+    Message() << "Log file cannot be parse completely. Discard " << bytes << " bytes." << std::endl;
 }
 
 void LogConvertService::PrintLog() {
@@ -274,6 +294,11 @@ void LogConvertService::PrintLog() {
     while (offset < readDataBuf_.size()) {
         const int64_t consumed = msg_.Deserialize(readDataBuf_.data() + offset, readDataBuf_.size() - offset);
         if (consumed < 1) {
+            break;
+        }
+        // a record that ends with the bytes read so far is judged again with the bytes after it
+        if (offset + static_cast<std::size_t>(consumed) == readDataBuf_.size() &&
+            static_cast<uint64_t>(position_) < fileSize_) {
             break;
         }
         offset += static_cast<std::size_t>(consumed);
@@ -287,6 +312,14 @@ void LogConvertService::PrintLog() {
     }
     leftDataBuf_.assign(readDataBuf_.begin() + static_cast<std::ptrdiff_t>(offset), readDataBuf_.end());
     discardSize_ += DiscardLeftData();
+}
+
+void LogConvertService::DrainLeftData() {
+    while (!leftDataBuf_.empty()) {
+        readDataBuf_.assign(leftDataBuf_.begin() + 1, leftDataBuf_.end());
+        ++discardSize_;
+        PrintLog();
+    }
 }
 
 void LogConvertService::PrintMsg(const ara::log::LogStorageMsg& msg) {
@@ -342,6 +375,10 @@ void LogConvertService::ReadAndPrintLog() {
         }
     }
     while (true) {
+        if (stopRequested_ && !cmd_.isContinue) {
+            passStopped_ = true;  // the rest was never read: nothing to report of it
+            return;
+        }
         const std::streamoff pos = Tell();
         if (pos < 0) {
             break;
@@ -350,18 +387,24 @@ void LogConvertService::ReadAndPrintLog() {
             return;
         }
         PrintLog();
-        FlushRecords();
+        if (pending_.Size() >= kOutputChunk) {
+            FlushRecords();
+        }
     }
-    std::cout << "File stream is abnormal " << std::endl;
+    Message() << "File stream is abnormal " << std::endl;
 }
 
 int32_t LogConvertService::ConvertLogFile() {
     if (!CheckFileName() || !OpenLogFile() || !CalculateFileSize()) {
         return -1;
     }
+    WidenOutputPipe();
     ReadAndPrintLog();
+    if (!cmd_.isContinue && !passStopped_) {
+        DrainLeftData();
+    }
     discardSize_ += leftDataBuf_.size();
-    if (discardSize_ != 0) {
+    if (discardSize_ != 0 && !passStopped_) {
         ReportDiscard(discardSize_);
         discardSize_ = 0;
     }
