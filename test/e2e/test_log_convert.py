@@ -138,6 +138,7 @@ def test_garbage_behind_a_mark_is_dropped_as_it_is_read(tmp_path, marks):
                          capture_output=True, timeout=30).stdout
     assert out == f'Log file cannot be parse completely. Discard {size} bytes.\n'.encode()
     assert int((tmp_path / 'peak').read_text()) < 16 * 1024  # kB: the carried bytes stay one record at most
+    os.remove(log)
 
 @pytest.mark.parametrize('sig', [signal.SIGINT, signal.SIGTERM])
 def test_a_signal_ends_a_plain_conversion_at_a_block_boundary(tmp_path, sig):
@@ -153,4 +154,5 @@ def test_a_signal_ends_a_plain_conversion_at_a_block_boundary(tmp_path, sig):
         time.sleep(0.002)
     out += tool.stdout.read()
     assert tool.wait() == 0 and time.monotonic() - signalled < 2
+    os.remove(tmp_path / 'big.log')
     assert 0 < len(out.splitlines()) < 17000 * len(records) and set(out.decode('latin-1').splitlines(True)) <= set(lines)
