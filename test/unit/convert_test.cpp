@@ -2,10 +2,13 @@
 // place that matters to the 2048-byte blocks, the tail of follow mode, the file checks, and the
 // plug-in's Terminate.
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
 
 #include <ctime>
 #include <future>
 #include <random>
+#include <thread>
 
 #include "dlt_record.h"
 #include "log_convert_plugin.h"
@@ -207,7 +210,8 @@ TEST_F(ConvertTest, FileChecks) {
 }
 
 // Terminate returns once no conversion runs: after a wrong command, after a finished one, and
-// when it came first, the conversion ends at its first check of the follow flag.
+// when it came first (and a signal interrupted its wait), once the conversion has ended at its
+// first check of the follow flag.
 TEST_F(ConvertTest, PluginTerminate) {
     const std::string path = dir.Write("f.log", Records(0, 24));
     for (const test::Words& words : {test::Words{"log-convert"}, test::Words{"log-convert", path}}) {
@@ -218,11 +222,20 @@ TEST_F(ConvertTest, PluginTerminate) {
                   std::future_status::ready);
     }
     LogConvertPlugin plugin;
-    auto terminated = std::async(std::launch::async, [&] { plugin.Terminate(); });
+    std::promise<void> returned;
+    std::thread terminator([&] { plugin.Terminate(), returned.set_value(); });
+    struct sigaction wake {};
+    wake.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &wake, nullptr);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    pthread_kill(terminator.native_handle(), SIGUSR1);  // a signal in the middle of its wait
+    auto terminated = returned.get_future();
     EXPECT_EQ(terminated.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     test::CoutCapture out;
     EXPECT_EQ(plugin.ExecCmd({"log-convert", "continue", "3", path}), 0);
-    EXPECT_EQ(terminated.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    const bool ended = terminated.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+    ended ? terminator.join() : terminator.detach();
+    EXPECT_TRUE(ended);
     EXPECT_EQ(out.Text(), Lines(22, 24));
 }
 
