@@ -410,7 +410,6 @@ void LogStorageMsg::Assign(const std::uint8_t* data, const Layout& record) {
     message_.standard_.hasExtendedHeader_ = record.hasIds;
     ExtendedHeader& eh = message_.extended_;
     eh.msin_ = record.msin;
-    eh.noar_ = record.noar;
     AssignText(eh.apid_, record.apid, record.apidLength);
     AssignText(eh.ctid_, record.ctid, record.ctidLength);
     message_.text_.clear();

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -65,9 +66,8 @@ const char* LevelName(const ara::log::ExtendedHeader& header) {
         default:
             return "unknown";
     }
-    static constexpr const char* kLevels[] = {"off", "fatal", "error", "warn", "info", "debug", "verbose"};
     const auto level = static_cast<std::size_t>(header.GetLogLevel());
-    return level < sizeof(kLevels) / sizeof(kLevels[0]) ? kLevels[level] : "unknown";
+    return level < std::size(ara::log::kLogLevelNames) ? ara::log::kLogLevelNames[level] : "unknown";
 }
 
 // A pipe to a reader such as grep or less holds 64 KB: the tool would wait for the reader after
