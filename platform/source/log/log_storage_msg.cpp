@@ -246,8 +246,7 @@ bool ParseV2Extension(std::uint8_t htyp0, std::uint8_t htyp1, Cursor& c, Layout&
 long V2StorageNanos(const std::uint8_t* p) {
     const auto littleEndian = static_cast<std::uint32_t>(LoadLe(p, 4));
     const auto bigEndian = static_cast<std::uint32_t>(LoadBe(p, 4));
-    return static_cast<long>(littleEndian >= kNanosPerSecond && bigEndian < kNanosPerSecond ? bigEndian
-                                                                                              : littleEndian);
+    return static_cast<long>(littleEndian >= kNanosPerSecond && bigEndian < kNanosPerSecond ? bigEndian : littleEndian);
 }
 
 Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {

@@ -309,8 +309,8 @@ void AppendControl(const PayloadFormat& format, const std::uint8_t* data, std::s
     }
     if (format.response && r.Left() > 0) {
         // the statuses the standard names; any other prints as two hex digits
-        static constexpr const char* kStatus[] = {"ok", "not_supported", "error", "perm_denied", "warning",
-                                                  nullptr, nullptr, nullptr, "no_matching_context_id"};
+        static constexpr const char* kStatus[] = {"ok",    "not_supported", "error", "perm_denied",           "warning",
+                                                  nullptr, nullptr,         nullptr, "no_matching_context_id"};
         const std::uint8_t status = *r.Here();
         out += ", ";
         if (status < sizeof(kStatus) / sizeof(kStatus[0]) && kStatus[status] != nullptr) {

@@ -1,7 +1,7 @@
 #include "log_control_plugin.h"
 
-#include <iostream>
 #include <algorithm>
+#include <iostream>
 #include <iterator>
 
 #include "configuration.h"
