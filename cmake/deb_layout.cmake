@@ -1,7 +1,7 @@
 # Run by CPack between staging the install tree and packing it: moves the shipped configuration
 # to /etc, where Debian keeps configuration files, and leaves a link in its place, the fixed
 # directory the program reads.
-if(NOT CPACK_ZEL_CONF_DIR STREQUAL "/opt/usr/command_line_tool/conf")
+if(NOT CPACK_ZEL_CONF_DIR STREQUAL CPACK_ZEL_CONF_PATH)
     message(FATAL_ERROR "The package is built from a build with an empty ZEL_PLATFORM_ROOT; "
                         "this one reads ${CPACK_ZEL_CONF_DIR}.")
 endif()

@@ -18,6 +18,11 @@
 
 namespace zel::clt {
 
+// The built-in plug-in's name, and the two program names the tool answers to.
+inline constexpr char kCltName[] = "clt";
+inline constexpr char kToolName[] = "zel-tool";
+inline constexpr char kDebugToolName[] = "zel-dbg";
+
 // (application name, command patterns, help lines)
 using ConfTuple = std::tuple<std::string, std::vector<std::string>, std::vector<std::string>>;
 

@@ -4,6 +4,7 @@
 
 #include "configuration.h"
 #include "plugin_factory.h"
+#include "zel_paths.h"
 
 namespace zel::clt {
 namespace {
@@ -33,7 +34,7 @@ int32_t CltPlugin::Help() {
 }
 
 int32_t CltPlugin::ShowVersion() {
-    std::cout << "command line tool version 1.0.0" << std::endl;
+    std::cout << "command line tool version " << paths::kVersion << std::endl;
     return 0;
 }
 
@@ -68,7 +69,7 @@ int32_t CltPlugin::All() {
 std::unique_ptr<Plugin> CreateCltPlugin() { return std::make_unique<CltPlugin>(); }
 
 namespace {
-const PluginFactory g_clt("clt", std::bind(CreateCltPlugin));
+const PluginFactory g_clt(kCltName, CreateCltPlugin);
 }  // namespace
 
 }  // namespace zel::clt

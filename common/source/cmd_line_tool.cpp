@@ -15,8 +15,6 @@
 namespace zel::clt {
 namespace {
 
-constexpr char kCltName[] = "clt";
-constexpr char kDebugToolName[] = "zel-dbg";
 constexpr char kNoPid[] = "0";
 constexpr std::chrono::milliseconds kPollInterval{100};
 

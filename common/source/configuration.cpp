@@ -11,7 +11,6 @@
 namespace zel::clt {
 namespace {
 
-constexpr char kCltName[] = "clt";
 constexpr char kCltDir[] = "clt_plugin";
 constexpr char kJsonSuffix[] = ".json";
 

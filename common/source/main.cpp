@@ -21,11 +21,11 @@ int main(int argc, char* argv[]) {
         name = name.substr(slash + 1);
     }
     int first = 0;
-    if (name == "zel-tool" || name == "zel-dbg") {
+    if (name == zel::clt::kToolName || name == zel::clt::kDebugToolName) {
         Configuration::GetInstance().SetName(name);
         first = 1;
     } else {
-        Configuration::GetInstance().SetName("zel-tool");
+        Configuration::GetInstance().SetName(zel::clt::kToolName);
     }
 
     std::vector<std::string> words;

@@ -70,12 +70,12 @@ bool Processor::CheckCmdWithPid(std::vector<std::string> input) {
     return CheckCmd(input);
 }
 
-bool Processor::IsInt(const std::string& word) {
+bool Processor::ToInt(const std::string& word, int32_t& value) {
     const int savedErrno = errno;
     errno = 0;
     bool accepted = true;
     try {
-        (void)std::stoi(word);
+        value = std::stoi(word);
     } catch (const std::invalid_argument&) {
         accepted = false;
     } catch (const std::out_of_range&) {
@@ -85,6 +85,11 @@ bool Processor::IsInt(const std::string& word) {
         errno = savedErrno;
     }
     return accepted;
+}
+
+bool Processor::IsInt(const std::string& word) {
+    int32_t ignored = 0;
+    return ToInt(word, ignored);
 }
 
 bool Processor::CheckBracket(const std::string& pattern) {

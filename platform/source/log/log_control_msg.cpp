@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "byte_order.h"
+
 namespace ara::log {
 namespace {
 
@@ -11,30 +13,17 @@ constexpr std::uint32_t kServiceSetLogLevel = 0x01;
 constexpr std::uint32_t kServiceSetDefaultLogLevel = 0x11;
 constexpr char kRemote[] = "remo";
 
-void PutId(std::vector<char>& out, const core::String& id) {
-    const core::String wire = id == "*" ? core::String() : id.substr(0, 4);
-    for (std::size_t i = 0; i < 4; ++i) {
-        out.push_back(i < wire.size() ? wire[i] : '\0');
-    }
-}
-
-void PutUint32Le(std::vector<char>& out, std::uint32_t value) {
-    for (int shift = 0; shift < 32; shift += 8) {
-        out.push_back(static_cast<char>((value >> shift) & 0xFF));
-    }
-}
-
 }  // namespace
 
 std::vector<char> LogControlMsg::Serialize() const {
     std::vector<char> payload;
     if (const auto* set = std::get_if<LogControlMsgSetLogLevel>(&request_)) {
-        PutUint32Le(payload, kServiceSetLogLevel);
-        PutId(payload, set->GetAppId());
-        PutId(payload, set->GetCtxId());
+        bytes::StoreLe32(payload, kServiceSetLogLevel);
+        bytes::StoreId(payload, set->GetAppId());
+        bytes::StoreId(payload, set->GetCtxId());
         payload.push_back(static_cast<char>(set->GetLogLevel()));
     } else if (const auto* def = std::get_if<LogControlMsgSetDefaultLogLevel>(&request_)) {
-        PutUint32Le(payload, kServiceSetDefaultLogLevel);
+        bytes::StoreLe32(payload, kServiceSetDefaultLogLevel);
         payload.push_back(static_cast<char>(def->GetLogLevel()));
     } else {
         return {};
@@ -42,11 +31,11 @@ std::vector<char> LogControlMsg::Serialize() const {
     payload.insert(payload.end(), kRemote, kRemote + 4);
 
     std::vector<char> message{kHtyp, 0, 0, 0};
-    PutId(message, "CLT");
+    bytes::StoreId(message, "CLT");
     message.push_back(kMsinControlRequest);
     message.push_back(1);
-    PutId(message, "CLT");
-    PutId(message, "clt");
+    bytes::StoreId(message, "CLT");
+    bytes::StoreId(message, "clt");
     message.insert(message.end(), payload.begin(), payload.end());
     const auto length = static_cast<std::uint16_t>(message.size());
     message[2] = static_cast<char>(length >> 8);

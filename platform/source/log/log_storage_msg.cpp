@@ -2,10 +2,15 @@
 
 #include <cstring>
 
+#include "byte_order.h"
 #include "payload_text.h"
 
 namespace ara::log {
 namespace {
+
+using bytes::IdLength;
+using bytes::LoadBe;
+using bytes::LoadLe;
 
 constexpr std::size_t kMarkSize = 4;
 constexpr std::size_t kV1StorageSize = 16;
@@ -35,31 +40,6 @@ constexpr std::uint8_t kV2Segmentation = 0x08;
 
 constexpr std::uint8_t kMessageTypeControl = 3;
 constexpr std::uint8_t kTypeInfoResponse = 2;
-
-std::uint64_t Be(const std::uint8_t* p, std::size_t bytes) {
-    std::uint64_t value = 0;
-    for (std::size_t i = 0; i < bytes; ++i) {
-        value = (value << 8) | p[i];
-    }
-    return value;
-}
-
-std::uint64_t Le(const std::uint8_t* p, std::size_t bytes) {
-    std::uint64_t value = 0;
-    for (std::size_t i = bytes; i-- > 0;) {
-        value = (value << 8) | p[i];
-    }
-    return value;
-}
-
-std::uint32_t Be32(const std::uint8_t* p) {
-    std::uint32_t value;
-    std::memcpy(&value, p, sizeof(value));
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    value = __builtin_bswap32(value);
-#endif
-    return value;
-}
 
 // An id whose length was checked against the record.
 template <typename Id>
@@ -141,14 +121,6 @@ namespace {
 using Layout = LogStorageMsg::Layout;
 enum class Outcome { kInvalid, kIncomplete, kComplete };
 
-std::size_t IdLength(const std::uint8_t* id) {
-    std::size_t length = 0;
-    while (length < 4 && id[length] != 0) {
-        ++length;
-    }
-    return length;
-}
-
 // The payload format of a version 1 message, from its message info.
 PayloadFormat V1Format(const Layout& r, bool bigEndian) {
     PayloadFormat format;
@@ -175,7 +147,7 @@ Outcome ParseV1(const std::uint8_t* data, std::size_t size, Layout& r) {
     if (((htyp >> 5) & 0x07) != 1) {
         return Outcome::kInvalid;
     }
-    const std::size_t len = Be(standard + 2, 2);
+    const std::size_t len = LoadBe(standard + 2, 2);
     const std::size_t ecu = (htyp & kWithEcuId) != 0 ? 4 : 0;
     const std::size_t session = (htyp & kWithSessionId) != 0 ? 4 : 0;
     const std::size_t timestamp = (htyp & kWithTimestamp) != 0 ? 4 : 0;
@@ -187,12 +159,12 @@ Outcome ParseV1(const std::uint8_t* data, std::size_t size, Layout& r) {
     if (r.length > size) {
         return Outcome::kIncomplete;
     }
-    r.storageTime.tv_sec = static_cast<time_t>(Le(data + 4, 4));
-    r.storageTime.tv_nsec = static_cast<long>(static_cast<std::int32_t>(Le(data + 8, 4))) * 1000;
+    r.storageTime.tv_sec = static_cast<time_t>(LoadLe(data + 4, 4));
+    r.storageTime.tv_nsec = static_cast<long>(static_cast<std::int32_t>(LoadLe(data + 8, 4))) * 1000;
     r.mcnt = standard[1];
     const std::uint8_t* p = standard + kV1StandardSize + ecu + session;
     if (timestamp != 0) {
-        const std::uint64_t tenthsOfMs = Be32(p);
+        const std::uint64_t tenthsOfMs = LoadBe(p, 4);
         r.dataTime.tv_sec = static_cast<time_t>(tenthsOfMs / 10000);
         r.dataTime.tv_nsec = static_cast<long>((tenthsOfMs % 10000) * 100000);
         p += timestamp;
@@ -226,15 +198,15 @@ bool ParseV2Conditional(std::uint8_t content, Cursor& c, Layout& r) {
             return false;
         }
         const std::uint8_t* t = c.Take(9);
-        r.dataTime.tv_nsec = static_cast<long>(Be(t, 4) & 0x7FFFFFFF);  // bit 31: since the ECU started
-        r.dataTime.tv_sec = static_cast<time_t>(Be(t + 4, 5));
+        r.dataTime.tv_nsec = static_cast<long>(LoadBe(t, 4) & 0x7FFFFFFF);  // bit 31: since the ECU started
+        r.dataTime.tv_sec = static_cast<time_t>(LoadBe(t + 4, 5));
     }
     if (content == kContentNonVerbose) {
         if (!c.Has(4)) {
             return false;
         }
         r.format.hasMessageId = true;
-        r.format.messageId = static_cast<std::uint32_t>(Be(c.Take(4), 4));
+        r.format.messageId = static_cast<std::uint32_t>(LoadBe(c.Take(4), 4));
     }
     return true;
 }
@@ -272,10 +244,9 @@ bool ParseV2Extension(std::uint8_t htyp0, std::uint8_t htyp1, Cursor& c, Layout&
 // Storage-header nanoseconds: the real writer stores them little-endian; a value that only
 // makes sense big-endian was written by an older writer.
 long V2StorageNanos(const std::uint8_t* p) {
-    const auto littleEndian = static_cast<std::uint32_t>(Le(p, 4));
-    const auto bigEndian = static_cast<std::uint32_t>(Be(p, 4));
-    return static_cast<long>(littleEndian >= kNanosPerSecond && bigEndian < kNanosPerSecond ? bigEndian
-                                                                                              : littleEndian);
+    const auto littleEndian = static_cast<std::uint32_t>(LoadLe(p, 4));
+    const auto bigEndian = static_cast<std::uint32_t>(LoadBe(p, 4));
+    return static_cast<long>(littleEndian >= kNanosPerSecond && bigEndian < kNanosPerSecond ? bigEndian : littleEndian);
 }
 
 Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {
@@ -290,7 +261,7 @@ Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {
     }
     const std::uint8_t* base = data + storageSize;
     const std::uint8_t content = base[0] & kContentMask;
-    const std::size_t len = Be(base + 5, 2);
+    const std::size_t len = LoadBe(base + 5, 2);
     if (((base[0] >> 5) & 0x07) != 2 || content > kContentControl || len < kBaseSize) {
         return Outcome::kInvalid;
     }
@@ -302,7 +273,7 @@ Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {
     if (!ParseV2Conditional(content, c, r) || !ParseV2Extension(base[0], base[1], c, r)) {
         return Outcome::kInvalid;
     }
-    r.storageTime.tv_sec = static_cast<time_t>(Be(data + 4, 5));
+    r.storageTime.tv_sec = static_cast<time_t>(LoadBe(data + 4, 5));
     r.storageTime.tv_nsec = V2StorageNanos(data + 9);
     r.mcnt = base[4];
     r.hasIds = (base[0] & kV2AppContextIds) != 0 && content != kContentNonVerbose;
@@ -410,7 +381,6 @@ void LogStorageMsg::Assign(const std::uint8_t* data, const Layout& record) {
     message_.standard_.hasExtendedHeader_ = record.hasIds;
     ExtendedHeader& eh = message_.extended_;
     eh.msin_ = record.msin;
-    eh.noar_ = record.noar;
     AssignText(eh.apid_, record.apid, record.apidLength);
     AssignText(eh.ctid_, record.ctid, record.ctidLength);
     message_.text_.clear();

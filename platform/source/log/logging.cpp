@@ -7,6 +7,8 @@
 #include <limits>
 #include <mutex>
 
+#include "byte_order.h"
+
 namespace ara::log {
 
 struct Logger::Context {
@@ -20,7 +22,7 @@ struct LogStream::Record {
 namespace {
 
 // DLT ids are at most four characters.
-std::string DltId(core::StringView id) { return std::string(id.substr(0, 4)); }
+std::string DltId(core::StringView id) { return std::string(bytes::WireId(id)); }
 
 }  // namespace
 

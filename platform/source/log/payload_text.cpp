@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cstring>
 
+#include "byte_order.h"
+
 namespace ara::log {
 namespace {
 
@@ -85,31 +87,7 @@ public:
         if (bytes == 0 || bytes > sizeof(value) || Left() < bytes) {
             return false;
         }
-        value = 0;
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-        switch (bytes) {  // fixed sizes, so that each copy is a single load
-            case 1:
-                value = data_[pos_];
-                break;
-            case 2:
-                Load<std::uint16_t>(value);
-                break;
-            case 4:
-                Load<std::uint32_t>(value);
-                break;
-            default:
-                Load<std::uint64_t>(value);
-                break;
-        }
-        if (bigEndian_) {
-            value = __builtin_bswap64(value) >> (64 - 8 * bytes);
-        }
-#else
-        for (std::size_t i = 0; i < bytes; ++i) {
-            const std::size_t at = bigEndian_ ? i : bytes - 1 - i;
-            value = (value << 8) | data_[pos_ + at];
-        }
-#endif
+        value = bytes::Load(data_ + pos_, bytes, bigEndian_);
         pos_ += bytes;
         return true;
     }
@@ -127,13 +105,6 @@ public:
     }
 
 private:
-    template <typename T>
-    void Load(std::uint64_t& value) const {
-        T v;
-        std::memcpy(&v, data_ + pos_, sizeof(v));
-        value = v;
-    }
-
     const std::uint8_t* data_;
     std::size_t size_;
     bool bigEndian_;
@@ -338,8 +309,8 @@ void AppendControl(const PayloadFormat& format, const std::uint8_t* data, std::s
     }
     if (format.response && r.Left() > 0) {
         // the statuses the standard names; any other prints as two hex digits
-        static constexpr const char* kStatus[] = {"ok", "not_supported", "error", "perm_denied", "warning",
-                                                  nullptr, nullptr, nullptr, "no_matching_context_id"};
+        static constexpr const char* kStatus[] = {"ok",    "not_supported", "error", "perm_denied",           "warning",
+                                                  nullptr, nullptr,         nullptr, "no_matching_context_id"};
         const std::uint8_t status = *r.Here();
         out += ", ";
         if (status < sizeof(kStatus) / sizeof(kStatus[0]) && kStatus[status] != nullptr) {

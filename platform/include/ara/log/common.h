@@ -16,6 +16,9 @@ enum class LogLevel : std::uint8_t {
     kVerbose = 0x06,
 };
 
+// The name of each level, indexed by its value.
+inline constexpr const char* kLogLevelNames[] = {"off", "fatal", "error", "warn", "info", "debug", "verbose"};
+
 enum class LogMode : std::uint8_t {
     kRemote = 0x01,
     kFile = 0x02,

@@ -36,7 +36,6 @@ public:
     LogLevel GetLogLevel() const { return static_cast<LogLevel>(msin_ >> 4); }
     MessageType GetMessageType() const { return static_cast<MessageType>((msin_ >> 1) & 0x07); }
     bool IsVerbose() const { return (msin_ & 0x01) != 0; }
-    std::uint8_t GetNoar() const { return noar_; }
 
 private:
     friend class LogStorageMsg;
@@ -49,7 +48,6 @@ private:
     Id apid_;
     Id ctid_;
     std::uint8_t msin_ = 0;
-    std::uint8_t noar_ = 0;
 };
 
 class LogLTMessage {

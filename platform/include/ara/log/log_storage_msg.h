@@ -74,6 +74,7 @@ public:
     // cannot open a record, however many bytes follow.
     static bool CanOpenRecord(const std::uint8_t* data, std::size_t size);
 
+    // What walking one record's headers found; defined and used by the decoder alone.
     struct Layout;
 
 private:

@@ -1,8 +1,8 @@
 #include "log_control_plugin.h"
 
-#include <functional>
+#include <algorithm>
 #include <iostream>
-#include <map>
+#include <iterator>
 
 #include "configuration.h"
 #include "plugin_factory.h"
@@ -31,13 +31,9 @@ int32_t LogControlPlugin::ExecCmd(const std::vector<std::string>& args) {
         }
     }
 
-    using ara::log::LogLevel;
-    const std::map<std::string, LogLevel> levels{{"off", LogLevel::kOff},        {"fatal", LogLevel::kFatal},
-                                                 {"error", LogLevel::kError},    {"warn", LogLevel::kWarn},
-                                                 {"info", LogLevel::kInfo},      {"debug", LogLevel::kDebug},
-                                                 {"verbose", LogLevel::kVerbose}};
-    const auto found = levels.find(level);
-    if (found == levels.end()) {
+    const auto* const names = std::begin(ara::log::kLogLevelNames);
+    const auto* const found = std::find(names, std::end(ara::log::kLogLevelNames), level);
+    if (found == std::end(ara::log::kLogLevelNames)) {
         std::cout << "error, the input parameter level: " << level << std::endl;
         Configuration::GetInstance().PrintHelp();
         return 0;
@@ -46,10 +42,11 @@ int32_t LogControlPlugin::ExecCmd(const std::vector<std::string>& args) {
         Configuration::GetInstance().PrintHelp();
         return 0;
     }
+    const auto chosen = static_cast<ara::log::LogLevel>(found - names);
     if (!m_isDefaultLogLevel) {
-        m_logControlService.ControlLevel(appId, ctxId, found->second);
+        m_logControlService.ControlLevel(appId, ctxId, chosen);
     } else {
-        m_logControlService.ControlDefaultLevel(found->second);
+        m_logControlService.ControlDefaultLevel(chosen);
     }
     return 0;
 }
@@ -57,7 +54,7 @@ int32_t LogControlPlugin::ExecCmd(const std::vector<std::string>& args) {
 std::unique_ptr<Plugin> CreateLogControlPlugin() { return std::make_unique<LogControlPlugin>(); }
 
 namespace {
-const PluginFactory g_logControl("log-control", std::bind(CreateLogControlPlugin));
+const PluginFactory g_logControl("log-control", CreateLogControlPlugin);
 }  // namespace
 
 }  // namespace zel::clt

@@ -53,6 +53,10 @@ private:
     bool OpenLogFile();
     bool CalculateFileSize();
     void ReadAndPrintLog();
+    // The read position, or false (the message printed) when the stream has failed.
+    bool CheckedPosition(std::streamoff& pos);
+    // Reads length bytes at the read position; a failed read is reported.
+    bool ReadBlock(uint8_t* into, uint64_t length);
     bool ReadLogFile();
     bool ReverseReadLogFile();
     void SetLogStartPos();
@@ -82,11 +86,11 @@ private:
     ConvertCommand cmd_;
     uint64_t discardSize_ = 0;
 
-    std::atomic<bool> following_;   // the follow flag: set from cmd_.isContinue, cleared by Stop
+    std::atomic<bool> following_;             // the follow flag: set from cmd_.isContinue, cleared by Stop
     std::atomic<bool> stopRequested_{false};  // set by Stop: a plain conversion ends at a block boundary
     bool passStopped_ = false;                // a forward pass was ended by Stop
-    bool startPositioned_ = false;  // the backward positioning runs at most once
-    std::mutex stopMutex_;          // pairs with stopped_, so that a Stop is never missed
+    bool startPositioned_ = false;            // the backward positioning runs at most once
+    std::mutex stopMutex_;                    // pairs with stopped_, so that a Stop is never missed
     std::condition_variable stopped_;
     ara::log::LogStorageMsg msg_;  // reused for every record
     LineBuffer pending_;           // record lines not yet written, about 64 KB at most

@@ -3,12 +3,11 @@
 #include <time.h>
 
 #include <cerrno>
-#include <functional>
 #include <iostream>
-#include <stdexcept>
 
 #include "configuration.h"
 #include "plugin_factory.h"
+#include "processor.h"
 
 namespace zel::clt {
 namespace {
@@ -17,14 +16,10 @@ constexpr char kDatatime[] = "datatime";
 constexpr char kManatime[] = "manatime";
 constexpr char kContinue[] = "continue";
 
-// The count after "continue", as the standard conversion reads it (blanks, a sign, digits;
-// "12abc" is 12).
+// The count after "continue".
 bool ToInt(const std::string& word, int32_t& value) {
-    try {
-        value = std::stoi(word);
+    if (Processor::ToInt(word, value)) {
         return true;
-    } catch (const std::invalid_argument&) {
-    } catch (const std::out_of_range&) {
     }
     std::cout << "error, num can not convert to be int" << std::endl;
     return false;
@@ -100,7 +95,7 @@ void LogConvertPlugin::Terminate() {
 std::unique_ptr<Plugin> CreateLogConvertPlugin() { return std::make_unique<LogConvertPlugin>(); }
 
 namespace {
-const PluginFactory g_logConvert("log-convert", std::bind(CreateLogConvertPlugin));
+const PluginFactory g_logConvert("log-convert", CreateLogConvertPlugin);
 }  // namespace
 
 }  // namespace zel::clt

@@ -10,10 +10,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
-#include <string_view>
 #include <utility>
 
-#include "ara/log/system_time.h"
+#include "record_line.h"
 
 namespace zel::clt {
 namespace {
@@ -49,25 +48,6 @@ bool IsGzipFile(const std::string& path) {
     in.read(header, sizeof(header));
     return in.gcount() == static_cast<std::streamsize>(sizeof(header)) &&
            std::equal(header, header + sizeof(header), reinterpret_cast<const char*>(kGzipHeader));
-}
-
-const char* LevelName(const ara::log::ExtendedHeader& header) {
-    using ara::log::MessageType;
-    switch (header.GetMessageType()) {
-        case MessageType::kLog:
-            break;
-        case MessageType::kAppTrace:
-            return "app_trace";
-        case MessageType::kNwTrace:
-            return "nw_trace";
-        case MessageType::kControl:
-            return "control";
-        default:
-            return "unknown";
-    }
-    static constexpr const char* kLevels[] = {"off", "fatal", "error", "warn", "info", "debug", "verbose"};
-    const auto level = static_cast<std::size_t>(header.GetLogLevel());
-    return level < sizeof(kLevels) / sizeof(kLevels[0]) ? kLevels[level] : "unknown";
 }
 
 // A pipe to a reader such as grep or less holds 64 KB: the tool would wait for the reader after
@@ -165,26 +145,38 @@ void LogConvertService::Seek(std::streamoff pos) {
     position_ = pos;
 }
 
-bool LogConvertService::ReadLogFile() {
-    const std::streamoff pos = Tell();
+bool LogConvertService::CheckedPosition(std::streamoff& pos) {
+    pos = Tell();
     if (pos < 0) {
         Message() << "File stream is abnormal" << std::endl;
         return false;
     }
-    readDataBuf_.swap(leftDataBuf_);
-    leftDataBuf_.clear();
-    // A position past the recorded size (the file shrank) wraps and asks for a whole block.
-    const uint64_t length = std::min<uint64_t>(kBlockSize, fileSize_ - static_cast<uint64_t>(pos));
-    const std::size_t start = readDataBuf_.size();
-    readDataBuf_.resize(start + length);
-    logFileStream_.read(reinterpret_cast<char*>(readDataBuf_.data() + start), static_cast<std::streamsize>(length));
+    return true;
+}
+
+bool LogConvertService::ReadBlock(uint8_t* into, uint64_t length) {
+    logFileStream_.read(reinterpret_cast<char*>(into), static_cast<std::streamsize>(length));
     position_ += static_cast<std::streamoff>(length);
     if (logFileStream_.fail() || logFileStream_.bad()) {
-        readDataBuf_.resize(start);
         Message() << "File stream read failed " << std::endl;
         return false;
     }
-    if (isGzip_) {
+    return true;
+}
+
+bool LogConvertService::ReadLogFile() {
+    std::streamoff pos = 0;
+    if (!CheckedPosition(pos)) {
+        return false;
+    }
+    readDataBuf_.swap(leftDataBuf_);
+    leftDataBuf_.clear();
+    // a file that shrank below the read position is read past its end, which fails
+    const auto at = static_cast<uint64_t>(pos);
+    const uint64_t length = at > fileSize_ ? kBlockSize : std::min<uint64_t>(kBlockSize, fileSize_ - at);
+    const std::size_t start = readDataBuf_.size();
+    readDataBuf_.resize(start + length);
+    if (!ReadBlock(readDataBuf_.data() + start, length) || isGzip_) {
         readDataBuf_.resize(start);
         return false;
     }
@@ -192,21 +184,15 @@ bool LogConvertService::ReadLogFile() {
 }
 
 bool LogConvertService::ReverseReadLogFile() {
-    const std::streamoff pos = Tell();
-    if (pos < 0) {
-        Message() << "File stream is abnormal" << std::endl;
-        return false;
-    }
-    if (pos == 0) {
+    std::streamoff pos = 0;
+    if (!CheckedPosition(pos) || pos == 0) {
         return false;
     }
     const auto length = std::min<uint64_t>(kBlockSize, static_cast<uint64_t>(pos));
     const std::streamoff blockStart = pos - static_cast<std::streamoff>(length);
     Bytes block(length, 0);
     Seek(blockStart);
-    logFileStream_.read(reinterpret_cast<char*>(block.data()), static_cast<std::streamsize>(length));
-    if (logFileStream_.fail() || logFileStream_.bad()) {
-        Message() << "File stream read failed " << std::endl;
+    if (!ReadBlock(block.data(), length)) {
         return false;
     }
     Seek(blockStart);
@@ -323,48 +309,7 @@ void LogConvertService::DrainLeftData() {
 }
 
 void LogConvertService::PrintMsg(const ara::log::LogStorageMsg& msg) {
-    using ara::log::SystemTime;
-    const auto [dataTime, storageTime] = msg.GetPlatformTime();
-    const ara::log::LogLTMessage& message = msg.GetLogMsg();
-    const bool extended = message.GetStandardHeader().IsHytpUeh();
-    const ara::log::ExtendedHeader& header = message.GetExtendedHeader();
-    const std::string_view level = extended ? LevelName(header) : "";
-    const std::string& payload = message.GetPayload();
-
-    // The line is written piece by piece into room made once.
-    char* p = pending_.Reserve(2 * (SystemTime::kMaxTextSize + 1) + 4 + header.GetApid().size() +
-                               header.GetCtid().size() + level.size() + 3 + payload.size() + 3);
-    auto put = [&p](std::string_view text) {
-        std::memcpy(p, text.data(), text.size());
-        p += text.size();
-    };
-    if (cmd_.isDatatime) {
-        p = SystemTime::WriteSystemTime(dataTime, p);
-        *p++ = ' ';
-    }
-    if (cmd_.isManatime) {
-        p = SystemTime::WriteSystemTime(storageTime, p);
-        *p++ = ' ';
-    }
-    const unsigned counter = message.GetStandardHeader().GetMcnt();
-    *p++ = static_cast<char>('0' + counter / 100);
-    *p++ = static_cast<char>('0' + counter / 10 % 10);
-    *p++ = static_cast<char>('0' + counter % 10);
-    *p++ = ' ';
-    if (extended) {
-        put(header.GetApid());
-        *p++ = ' ';
-        put(header.GetCtid());
-        *p++ = ' ';
-        put(level);
-        *p++ = ' ';
-    } else {
-        put("   ");
-    }
-    *p++ = '[';
-    put(payload);
-    put("]\n");
-    pending_.Commit(p);
+    AppendRecordLine(msg, cmd_.isDatatime, cmd_.isManatime, pending_);
 }
 
 void LogConvertService::ReadAndPrintLog() {
