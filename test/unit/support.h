@@ -42,27 +42,20 @@ struct TempDir {
     std::string Write(const std::string& name, const std::string& bytes) const { return WriteFile(Path(name), bytes); }
 };
 
-// <user conf dir>/<tool>/, by default a tool name of this process alone, made the tool name of
-// the Configuration. The files written are removed again, and the directory when it is empty.
+// <user conf dir>/<tool>/ for a tool name of the test's own (by default one of this process
+// alone), made the tool name of the Configuration, and removed with everything in it.
 struct ConfTree {
-    explicit ConfTree(const std::string& name = "ut-" + std::to_string(getpid()))
-        : tool(name), dir(paths::kUserConfDir + tool + "/") {
+    explicit ConfTree(const std::string& tool = "ut-" + std::to_string(getpid()))
+        : dir(paths::kUserConfDir + tool + "/") {
         fs::create_directories(dir);
         clt::Configuration::GetInstance().SetName(tool);
     }
-    ~ConfTree() {
-        std::error_code ignored;
-        for (const auto& file : files) fs::remove(file, ignored);
-        fs::remove(dir, ignored);
+    ~ConfTree() { fs::remove_all(dir); }
+    void Put(const std::string& plugin, const std::string& text) const { WriteFile(dir + plugin + ".json", text); }
+    void Write(const std::string& plugin, const std::string& app, const Words& commands) const {
+        Put(plugin, nlohmann::ordered_json{{"app", app}, {"command", commands}, {"help", Words{}}}.dump());
     }
-    void Put(const std::string& plugin, const std::string& text) {
-        files.push_back(WriteFile(dir + plugin + ".json", text));
-    }
-    void Write(const std::string& plugin, const std::string& app, const Words& commands, const Words& helps = {}) {
-        Put(plugin, nlohmann::ordered_json{{"app", app}, {"command", commands}, {"help", helps}}.dump());
-    }
-    std::string tool, dir;
-    Words files;
+    std::string dir;
 };
 
 }  // namespace zel::test
