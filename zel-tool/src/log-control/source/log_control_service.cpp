@@ -4,6 +4,7 @@
 
 #include <iostream>
 #include <utility>
+#include <vector>
 
 #include "zel_paths.h"
 
@@ -17,6 +18,22 @@ constexpr uint16_t kMcuPort = 51344;
 constexpr std::size_t kIdLength = 4;
 
 static_assert(kStreamSendFlags == 16448, "the daemon link sends without blocking and without SIGPIPE");
+
+// Connects, sends the message once and closes; a failure is printed with the peer's name.
+template <typename Connection>
+int32_t SendOnce(Connection& connection, const std::vector<char>& message, int flags, const char* peer) {
+    if (!connection.StartUp()) {
+        std::cout << "fail to create connection with " << peer << " " << std::endl;
+        return -1;
+    }
+    const int sent = connection.Send(message, flags);
+    connection.Close();
+    if (sent < 0) {
+        std::cout << "fail to send buffer to " << peer << std::endl;
+        return -1;
+    }
+    return 0;
+}
 
 }  // namespace
 
@@ -42,32 +59,12 @@ void LogControlService::ControlDefaultLevel(ara::log::LogLevel level) {
 }
 
 int32_t LogControlService::SendLocalLogLevel() {
-    if (!m_unixTcpconnect.StartUp()) {
-        std::cout << "fail to create connection with log_daemon " << std::endl;
-        return -1;
-    }
-    const int sent = m_unixTcpconnect.Send(m_ctrlMsg.Serialize(), kStreamSendFlags);
-    m_unixTcpconnect.Close();
-    if (sent < 0) {
-        std::cout << "fail to send buffer to log_daemon" << std::endl;
-        return -1;
-    }
-    return 0;
+    return SendOnce(m_unixTcpconnect, m_ctrlMsg.Serialize(), kStreamSendFlags, "log_daemon");
 }
 
 int32_t LogControlService::SendLogLevelToRemote() const {
     ara::log::InetUdpSocket socket(paths::kSocAddress, kSocPort, paths::kMcuAddress, kMcuPort);
-    if (!socket.StartUp()) {
-        std::cout << "fail to create connection with MCU " << std::endl;
-        return -1;
-    }
-    const int sent = socket.Send(m_ctrlMsg.Serialize(), kDatagramSendFlags);
-    socket.Close();
-    if (sent < 0) {
-        std::cout << "fail to send buffer to MCU" << std::endl;
-        return -1;
-    }
-    return 0;
+    return SendOnce(socket, m_ctrlMsg.Serialize(), kDatagramSendFlags, "MCU");
 }
 
 }  // namespace zel::clt
