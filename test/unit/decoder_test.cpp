@@ -126,15 +126,19 @@ TEST(DecoderTest, VersionTwoWriterBytes) {
 TEST(DecoderTest, GarbageAndCutRecords) {
     const std::string good = Encode(Args({Arg::String("ok")}));
     Record shortLen = Args({Arg::String("bad")});
-    shortLen.lengthOverride = 8;  // less than the headers it announces
+    shortLen.lengthOverride = 21;  // one byte less than the headers it announces
     std::string wrongVersion = Encode(Args({Arg::String("bad")}));
     wrongVersion[16] = static_cast<char>((wrongVersion[16] & 0x1F) | 0x40);  // version 2 in a version 1 header
     Record v2Short = shortLen;
     v2Short.version = 2;
     v2Short.lengthOverride = 9;
+    Record v2Tags = v2Short;
+    v2Tags.tags = {"TAG1", "TAG2"};
+    v2Tags.lengthOverride.reset();
+    v2Tags.lengthOverride = Encode(v2Tags).size() - 18 - 10 - 2;  // ends inside the last tag
     LogStorageMsg msg;
     for (const std::string& bad :
-         {std::string("DLT\x03junkDLDLT\x01", 14), Encode(shortLen), wrongVersion, Encode(v2Short)}) {
+         {std::string("DLT\x03junkDLDLT\x01", 14), Encode(shortLen), wrongVersion, Encode(v2Short), Encode(v2Tags)}) {
         EXPECT_EQ(msg.Deserialize(Bytes(bad + good)), static_cast<std::int64_t>(bad.size() + good.size()));
         EXPECT_EQ(msg.GetLength(), good.size());
         EXPECT_EQ(msg.GetLogMsg().GetPayload(), "ok");
