@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs ("build"), the Debian package build needs
-# ("package") or the build and the tests need ("test"). Asks apt only when something is
-# missing. Run as root.
+# ("package") or the build and the tests need ("test"), and any packages named after that. Asks
+# apt only when something is missing. Run as root.
 set -euo pipefail
 
 packages=(cmake g++ make pkg-config libdlt-dev nlohmann-json3-dev)
@@ -11,6 +11,7 @@ fi
 if [[ "${1:-build}" == test ]]; then
     packages+=(libgtest-dev dlt-daemon dlt-tools libdlt-examples python3-pytest time mandoc bubblewrap)
 fi
+packages+=("${@:2}")
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Installs what is needed, builds the tool and its tests, and runs the whole suite; then builds
-# the unit tests again with AddressSanitizer and UndefinedBehaviorSanitizer and runs them.
-# Each build keeps its platform root (configuration, control socket) inside its build tree.
+# Installs what is needed, builds the tool and its tests, and runs the whole suite; fuzzes each
+# fuzz target briefly; then runs the whole suite again built with AddressSanitizer and
+# UndefinedBehaviorSanitizer, on that build's own installed tree, and the unit tests of the exit
+# thread and of stopping a follow built with ThreadSanitizer. Each build keeps its platform root
+# (configuration, control socket) inside its build tree.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install-deps.sh test
@@ -11,6 +13,33 @@ cmake -S . -B build -DBUILD_TESTING=ON -DZEL_PLATFORM_ROOT="$PWD/build/root"
 cmake --build build -j"$jobs"
 ctest --test-dir build -j"$jobs" --output-on-failure
 
-cmake -S . -B build-asan -DBUILD_TESTING=ON -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=ON -DZEL_PLATFORM_ROOT="$PWD/build-asan/root"
-cmake --build build-asan -j"$jobs" --target unit_tests
-ctest --test-dir build-asan -L unit -j"$jobs" --output-on-failure
+bash tools/fuzz.sh 10
+
+# Runs ctest on a sanitized build. Every sanitizer report, from a test program or from the
+# installed tool under an end-to-end test, is written to the build's report directory; a report
+# there fails the run whatever the test itself saw.
+sanitized_ctest() {
+    local dir=$1 reports=$PWD/$1/sanitizer-reports status=0
+    shift
+    rm -rf "$reports" && mkdir -p "$reports"
+    local options="halt_on_error=1:log_path=$reports/report"
+    ASAN_OPTIONS=$options UBSAN_OPTIONS=$options:print_stacktrace=1 \
+        TSAN_OPTIONS=$options:suppressions=$PWD/test/tsan.supp \
+        ctest --test-dir "$dir" -j"$jobs" --output-on-failure "$@" || status=1
+    if compgen -G "$reports/*" >/dev/null; then
+        cat "$reports"/*
+        echo "sanitizer reports: $reports"
+        status=1
+    fi
+    return $status
+}
+
+cmake -S . -B build-asan -DBUILD_TESTING=ON -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=ON \
+    -DZEL_PLATFORM_ROOT="$PWD/build-asan/root"
+cmake --build build-asan -j"$jobs"
+sanitized_ctest build-asan
+
+cmake -S . -B build-tsan -DBUILD_TESTING=ON -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-fsanitize=thread \
+    -DZEL_PLATFORM_ROOT="$PWD/build-tsan/root"
+cmake --build build-tsan -j"$jobs" --target unit_tests
+sanitized_ctest build-tsan -R 'DriverTest|ConvertTest.Plugin'

@@ -10,6 +10,8 @@
 #include <random>
 #include <thread>
 
+#include "clt_logger.h"
+#include "cmd_line_tool.h"
 #include "dlt_record.h"
 #include "log_convert_plugin.h"
 #include "log_convert_service.h"
@@ -237,6 +239,37 @@ TEST_F(ConvertTest, PluginTerminate) {
     ended ? terminator.join() : terminator.detach();
     EXPECT_TRUE(ended);
     EXPECT_EQ(out.Text(), Lines(22, 24));
+}
+
+// A running follow is stopped by Terminate from another thread, or by SIGINT or SIGTERM through
+// the driver's exit thread; while it waits for growth, and after it has printed growth. Each in
+// a child process (signal handling is process-wide); built with ThreadSanitizer as well.
+TEST_F(ConvertTest, PluginStopsARunningFollow) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    test::ConfTree tree;
+    tree.Write("log-convert", "log-convert", {"log-convert continue <num> <file>"});
+    const std::string path = dir.Write("follow.log", Records(0, 9));
+    const test::Words words = {"log-convert", "continue", "2", path};
+    const std::pair<int, int> cases[] = {{0, 0}, {0, 3}, {SIGINT, 0}, {SIGTERM, 3}};  // signal (0: none), appended
+    for (const auto& [sig, appended] : cases) {
+        EXPECT_EXIT(
+            {
+                CltLogger::GetInstance().InitLoger();
+                LogConvertPlugin plugin;
+                std::thread stopper([&, sig = sig, appended = appended] {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                    std::ofstream(path, std::ios::binary | std::ios::app) << Records(10, 9 + appended);
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1500));  // past a poll of the size
+                    sig == 0 ? plugin.Terminate() : (void)kill(getpid(), sig);
+                });
+                test::CoutCapture out;
+                const int32_t result = sig == 0 ? plugin.ExecCmd(words) : CmdLineTool(words).Run();
+                stopper.join();
+                std::_Exit(result == 0 && out.Text() == Lines(8, 9 + appended) ? 0 : 1);
+            },
+            testing::ExitedWithCode(0), "")
+            << "signal " << sig << ", " << appended << " appended";
+    }
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
 // dlt-gen: writes a large, deterministic stored DLT log for tests and benchmarks.
 //
 //   dlt-gen --records N [--version 1|2] [--seed S] --out FILE
+//   dlt-gen --catalogue FILE
 //
 // Records mix sizes (a few bytes to about a kilobyte of payload), levels, application and
 // context ids, verbose argument types and non-verbose messages. The same arguments always give
 // the same file. Records are made from a pool of encoded templates whose counter and time
-// stamps are patched, so that writing runs at disk speed.
+// stamps are patched, so that writing runs at disk speed. The catalogue is a small file with one
+// record of every argument type, message type and header option (catalogue.h).
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "catalogue.h"
 #include "dlt_record.h"
 
 namespace {
@@ -108,8 +111,22 @@ void PutLe(std::string& s, std::size_t at, uint64_t value, int bytes) {
     }
 }
 
+int WriteCatalogue(const char* path) {
+    std::string bytes;
+    for (const Record& record : zel::dltgen::Catalogue()) {
+        bytes += zel::dltgen::Encode(record);
+    }
+    std::FILE* file = std::fopen(path, "wb");
+    if (file == nullptr || std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size() || std::fclose(file) != 0) {
+        std::perror(path);
+        return 1;
+    }
+    return 0;
+}
+
 int Usage(const char* program) {
-    std::fprintf(stderr, "usage: %s --records N [--version 1|2] [--seed S] --out FILE\n", program);
+    std::fprintf(stderr, "usage: %s --records N [--version 1|2] [--seed S] --out FILE\n       %s --catalogue FILE\n",
+                 program, program);
     return 2;
 }
 
@@ -130,6 +147,8 @@ int main(int argc, char** argv) {
             seed = std::strtoull(argv[i + 1], nullptr, 10);
         } else if (option == "--out") {
             out = argv[i + 1];
+        } else if (option == "--catalogue" && argc == 3) {
+            return WriteCatalogue(argv[i + 1]);
         } else {
             return Usage(argv[0]);
         }

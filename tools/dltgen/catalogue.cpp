@@ -1,0 +1,128 @@
+#include "catalogue.h"
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace zel::dltgen {
+namespace {
+
+// One argument of every type, at every width, signs and special values included; bytes above
+// 0x7F wherever text or raw data can hold them.
+std::vector<Arg> EveryArgument() {
+    std::vector<Arg> args = {
+        Arg::String("plain text"),
+        Arg::String(std::string("line\r\nends\0after NUL", 20)),
+        Arg::String("utf-8 \xC3\xBC\xE2\x82\xAC", true),
+        Arg::Bool(true),
+        Arg::Bool(false),
+        Arg::Float32(-1.5f),
+        Arg::Float32(std::numeric_limits<float>::quiet_NaN()),
+        Arg::Float32(-std::numeric_limits<float>::infinity()),
+        Arg::Float64(6.02214076e23),
+        Arg::Float64(-std::numeric_limits<double>::quiet_NaN()),
+        Arg::Float64(std::numeric_limits<double>::denorm_min()),
+        Arg::Raw(std::string("\x00\x7F\x80\xFF", 4)),
+        Arg::Uint128(std::string("\x01\x23\x45\x67\x89\xAB\xCD\xEF\xFE\xDC\xBA\x98\x76\x54\x32\x10", 16)),
+        Arg::Int(42, 4).Named("speed", "km/h"),
+        Arg::String("named").Named("label"),
+        Arg::Bool(true).Named("flag")};
+    for (const int bytes : {1, 2, 4, 8}) {
+        const uint64_t top = 1ULL << (8 * bytes - 1);
+        args.push_back(Arg::Int(-static_cast<int64_t>(top - 1) - 1, bytes));
+        args.push_back(Arg::Int(static_cast<int64_t>(top - 1), bytes));
+        args.push_back(Arg::Int(-1, bytes));
+        args.push_back(Arg::Uint(top | 1, bytes));
+        args.push_back(Arg::Hex(top | 0x5A, bytes));
+        args.push_back(Arg::Bin(top | 0x5A, bytes));
+    }
+    return args;
+}
+
+Record Base(int version) {
+    Record r;
+    r.version = version;
+    return r;
+}
+
+}  // namespace
+
+std::vector<Record> Catalogue() {
+    std::vector<Record> records;
+    const std::vector<Arg> args = EveryArgument();
+    auto add = [&records](Record r) {
+        const auto n = static_cast<uint32_t>(records.size());
+        r.mcnt = static_cast<uint8_t>(n);
+        r.seconds = 1700000000 + n;
+        r.subseconds = r.version == 1 ? n * 12345 % 1000000 : n * 7654321 % 1000000000;
+        records.push_back(std::move(r));
+    };
+    for (const int version : {1, 2}) {
+        for (const bool bigEndian : version == 1 ? std::vector<bool>{false, true} : std::vector<bool>{false}) {
+            for (const Arg& arg : args) {
+                Record r = Base(version);
+                r.bigEndian = bigEndian;
+                r.args = {arg};
+                add(r);
+            }
+            Record all = Base(version);
+            all.bigEndian = bigEndian;
+            all.args = args;
+            add(all);
+            Record cut = all;  // an argument list that ends early shows the rest in hex
+            cut.args.back().value.pop_back();
+            add(cut);
+        }
+        const std::vector<std::pair<MessageType, int>> types = {{MessageType::kLog, 0},
+                                                                {MessageType::kLog, 6},
+                                                                {MessageType::kLog, 9},
+                                                                {MessageType::kAppTrace, 1},
+                                                                {MessageType::kNwTrace, 2}};
+        for (const auto& [type, info] : types) {
+            Record r = Base(version);
+            r.type = type;
+            r.typeInfo = static_cast<uint8_t>(info);
+            r.apid = "A\xE4";
+            r.ctid = "\xFF\x01";
+            r.args = {Arg::String("typed")};
+            add(r);
+        }
+        Record control = Base(version);
+        control.type = MessageType::kControl;
+        control.verbose = false;
+        // requests carry no status; responses one, named or not, and maybe more bytes
+        const std::vector<std::pair<uint8_t, std::string>> services = {
+            {1, std::string("\x01\0\0\0LOG\0TEST\x04remo", 17)},
+            {2, std::string("\x03\0\0\0\x02\x07\x08", 7)},
+            {2, std::string("\x13\0\0\0\xEE", 5)},
+            {2, std::string("\xF0\0\0\0", 4)}};
+        for (const auto& [info, payload] : services) {
+            control.typeInfo = info;
+            control.payload = payload;
+            add(control);
+        }
+        Record plain = Base(version);  // non-verbose, without ids or time stamp
+        plain.verbose = false;
+        plain.extended = false;
+        plain.withEcuId = false;
+        plain.timestamp.reset();
+        plain.messageId = 0x89ABCDEF;
+        plain.payload = version == 1 ? std::string("\xEF\xCD\xAB\x89\x00\x80\xFF", 7) : std::string("\x00\x80\xFF", 3);
+        add(plain);
+    }
+    Record v2 = Base(2);  // every optional field of the version 2 extension header
+    v2.sessionId = 0xDEADBEEF;
+    v2.fileLine = std::pair{std::string("main.cpp"), 4242u};
+    v2.tags = {"t1", "\xC3\xA9t\xC3\xA9"};
+    v2.privacy = 3;
+    v2.segmentation = std::string("\x01\x02\x03", 3);
+    v2.tsRelative = false;
+    v2.args = {Arg::String("all fields")};
+    add(v2);
+    v2.nanosBigEndian = true;
+    add(v2);
+    return records;
+}
+
+}  // namespace zel::dltgen
