@@ -1,5 +1,6 @@
 #include "ara/log/log_storage_msg.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "byte_order.h"
@@ -359,7 +360,9 @@ std::int64_t LogStorageMsg::Deserialize(const std::uint8_t* data, std::size_t si
 
 std::size_t LogStorageMsg::FindInnerRecord(const std::uint8_t* data, std::size_t from, std::size_t end,
                                            std::size_t size) {
-    for (std::size_t pos = NextMark(data, from, end); pos < end; pos = NextMark(data, pos + 1, end)) {
+    // a mark that starts inside the span may end past it
+    const std::size_t limit = std::min(end + kMarkSize - 1, size);
+    for (std::size_t pos = NextMark(data, from, limit); pos < end; pos = NextMark(data, pos + 1, limit)) {
         Layout record;
         switch (Parse(data + pos, size - pos, record)) {
             case Outcome::kComplete:
