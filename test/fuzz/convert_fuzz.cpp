@@ -3,7 +3,6 @@
 // before it starts following.
 #include <unistd.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <iostream>
@@ -16,8 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::ofstream(path, std::ios::binary | std::ios::trunc).write(reinterpret_cast<const char*>(data), size);
     std::streambuf* const saved = std::cout.rdbuf(nullptr);  // a stream without a buffer writes nothing
     for (const bool follow : {false, true}) {
-        zel::clt::LogConvertService service(
-            zel::clt::ConvertCommand{follow, true, true, static_cast<int32_t>(size % 4), path});
+        zel::clt::LogConvertService service({follow, true, true, static_cast<int32_t>(size % 4), path});
         if (follow) service.Stop();
         service.ConvertLogFile();
     }

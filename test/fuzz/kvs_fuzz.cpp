@@ -2,7 +2,6 @@
 // string array.
 #include <unistd.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <string>
@@ -12,19 +11,13 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const std::string path = "/tmp/zel-fuzz-kvs-" + std::to_string(getpid()) + ".json";
     std::ofstream(path, std::ios::binary | std::ios::trunc).write(reinterpret_cast<const char*>(data), size);
-    auto storage = ara::per::OpenKeyValueStorage(path);
+    const auto storage = ara::per::OpenKeyValueStorage(path);
     unlink(path.c_str());
-    if (!storage.HasValue()) {
-        return 0;
-    }
-    const auto keys = storage.Value()->GetAllKeys();
-    for (const auto& key : keys.Value()) {
+    for (const auto& key : storage.HasValue() ? storage.Value()->GetAllKeys().Value() : std::vector<std::string>{}) {
         std::string text;
         ara::per::kvstype::KvsType value;
         (void)storage.Value()->GetBaseValue(key, text);
-        if (storage.Value()->GetBaseValue(key, value).HasValue()) {
-            (void)value.GetKvsArray<std::string>();
-        }
+        if (storage.Value()->GetBaseValue(key, value).HasValue()) (void)value.GetKvsArray<std::string>();
     }
     return 0;
 }

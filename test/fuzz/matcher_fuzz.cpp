@@ -2,7 +2,6 @@
 // words (split on blanks), every further line is one pattern. The matcher enumerates every
 // reading, so its cost doubles with each optional group: patterns with more than 8 are left out.
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <sstream>
 #include <string>
@@ -15,10 +14,13 @@ namespace zel::clt {
 // The matcher's friend: counts the readings as CheckCmd does, without a loaded configuration.
 class ProcessorTest {
 public:
-    static void Count(const std::vector<std::string>& patterns, const std::vector<std::string>& words) {
-        for (const auto& pattern : patterns) {
-            if (std::count(pattern.begin(), pattern.end(), '[') <= 8 && Processor::CheckBracket(pattern)) {
-                (void)Processor::CheckOneConfigCmd(pattern, words);
+    static void Count(const std::vector<std::string>& lines) {
+        std::istringstream first(lines.empty() ? "" : lines.front());
+        std::vector<std::string> words;
+        for (std::string word; std::getline(first, word, ' ');) words.push_back(word);
+        for (std::size_t i = 1; i < lines.size(); ++i) {
+            if (std::count(lines[i].begin(), lines[i].end(), '[') <= 8 && Processor::CheckBracket(lines[i])) {
+                (void)Processor::CheckOneConfigCmd(lines[i], words);
             }
         }
         (void)Processor::CheckCmdWithPid(words);
@@ -28,15 +30,9 @@ public:
 }  // namespace zel::clt
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    auto split = [](const std::string& text, char separator) {
-        std::vector<std::string> parts;
-        std::istringstream in(text);
-        for (std::string part; std::getline(in, part, separator);) parts.push_back(part);
-        return parts;
-    };
-    std::vector<std::string> patterns = split(std::string(reinterpret_cast<const char*>(data), size), '\n');
-    const std::vector<std::string> words = patterns.empty() ? patterns : split(patterns.front(), ' ');
-    if (!patterns.empty()) patterns.erase(patterns.begin());
-    zel::clt::ProcessorTest::Count(patterns, words);
+    std::istringstream in(std::string(reinterpret_cast<const char*>(data), size));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    zel::clt::ProcessorTest::Count(lines);
     return 0;
 }

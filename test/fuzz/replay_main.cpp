@@ -1,12 +1,11 @@
 // Runs a fuzz target's entry point on saved inputs, without libFuzzer: every file named on the
-// command line, and every file in each directory named (a directory that does not exist holds
-// none). Fails when no input was run; a crash fails the test by itself.
+// command line, and every file in each directory named (a missing directory holds none). Fails
+// when no input was run; a crash fails the test by itself.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <string>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
@@ -16,9 +15,7 @@ int main(int argc, char** argv) {
     std::vector<fs::path> inputs;
     for (int i = 1; i < argc; ++i) {
         if (fs::is_directory(argv[i])) {
-            for (const auto& entry : fs::directory_iterator(argv[i])) {
-                inputs.push_back(entry.path());
-            }
+            inputs.insert(inputs.end(), fs::directory_iterator(argv[i]), fs::directory_iterator());
         } else if (fs::exists(argv[i])) {
             inputs.push_back(argv[i]);
         }
