@@ -42,4 +42,4 @@ sanitized_ctest build-asan
 cmake -S . -B build-tsan -DBUILD_TESTING=ON -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-fsanitize=thread \
     -DZEL_PLATFORM_ROOT="$PWD/build-tsan/root"
 cmake --build build-tsan -j"$jobs" --target unit_tests
-sanitized_ctest build-tsan -R 'DriverTest|ConvertTest.Plugin'
+sanitized_ctest build-tsan -R 'ConvertTest.Plugin'

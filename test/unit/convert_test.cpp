@@ -1,11 +1,11 @@
-// Log conversion in the process: record lines, stored files cut and mixed with garbage at every
-// place that matters to the 2048-byte blocks, the tail of follow mode, the file checks, and the
-// plug-in's Terminate.
+// Log conversion in the process: record lines, files cut and mixed with garbage wherever it
+// matters to the 2048-byte blocks, the tail of follow mode, the file checks, stopping a follow.
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
 
 #include <ctime>
+#include <atomic>
 #include <future>
 #include <random>
 #include <thread>
@@ -15,6 +15,7 @@
 #include "dlt_record.h"
 #include "log_convert_plugin.h"
 #include "log_convert_service.h"
+#include "plugin_factory.h"
 #include "support.h"
 
 namespace zel::clt {
@@ -241,35 +242,53 @@ TEST_F(ConvertTest, PluginTerminate) {
     EXPECT_EQ(out.Text(), Lines(22, 24));
 }
 
-// A running follow is stopped by Terminate from another thread, or by SIGINT or SIGTERM through
-// the driver's exit thread; while it waits for growth, and after it has printed growth. Each in
-// a child process (signal handling is process-wide); built with ThreadSanitizer as well.
+std::atomic<int> g_terminates{0};
+// "ut-follow": the conversion plug-in, counting the calls of Terminate and returning 300 ms
+// after its conversion, so that a second signal finds it still running.
+struct CountingFollow : LogConvertPlugin {
+    int32_t ExecCmd(const std::vector<std::string>& words) override {
+        const int32_t result = LogConvertPlugin::ExecCmd(words);
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        return result;
+    }
+    void Terminate() override { ++g_terminates, LogConvertPlugin::Terminate(); }
+};
+const PluginFactory g_follow("ut-follow", [] { return std::unique_ptr<Plugin>(new CountingFollow); });
+
+// Follows path from its last two records, appends records to it, and stops the follow: with
+// Terminate from another thread (no signals), or with the signals, 150 ms apart, through the
+// driver's exit thread; one more signal after the run finds the handler still there. Exits 0
+// when the run returned 0, printed every line and Terminate was called exactly once.
+[[noreturn]] void FollowAndStop(const std::string& path, const std::vector<int>& signals, int appended) {
+    CltLogger::GetInstance().InitLoger();
+    const test::Words words = {"ut-follow", "continue", "2", path};
+    CountingFollow plugin;
+    std::thread stopper([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        std::ofstream(path, std::ios::binary | std::ios::app) << Records(10, 9 + appended);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));  // past a poll of the size
+        if (signals.empty()) plugin.Terminate();
+        for (const int sig : signals) kill(getpid(), sig), std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    });
+    test::CoutCapture out;
+    const int32_t result = signals.empty() ? plugin.ExecCmd(words) : CmdLineTool(words).Run();
+    stopper.join();
+    if (!signals.empty()) kill(getpid(), SIGINT);
+    std::_Exit(result == 0 && out.Text() == Lines(8, 9 + appended) && g_terminates == 1 ? 0 : 1);
+}
+
+// Each case in a child process: signal handling is process-wide. Built with ThreadSanitizer too.
 TEST_F(ConvertTest, PluginStopsARunningFollow) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     test::ConfTree tree;
-    tree.Write("log-convert", "log-convert", {"log-convert continue <num> <file>"});
+    tree.Write("ut-follow", "ut-follow", {"ut-follow continue <num> <file>"});
     const std::string path = dir.Write("follow.log", Records(0, 9));
-    const test::Words words = {"log-convert", "continue", "2", path};
-    const std::pair<int, int> cases[] = {{0, 0}, {0, 3}, {SIGINT, 0}, {SIGTERM, 3}};  // signal (0: none), appended
-    for (const auto& [sig, appended] : cases) {
-        EXPECT_EXIT(
-            {
-                CltLogger::GetInstance().InitLoger();
-                LogConvertPlugin plugin;
-                std::thread stopper([&, sig = sig, appended = appended] {
-                    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-                    std::ofstream(path, std::ios::binary | std::ios::app) << Records(10, 9 + appended);
-                    std::this_thread::sleep_for(std::chrono::milliseconds(1500));  // past a poll of the size
-                    sig == 0 ? plugin.Terminate() : (void)kill(getpid(), sig);
-                });
-                test::CoutCapture out;
-                const int32_t result = sig == 0 ? plugin.ExecCmd(words) : CmdLineTool(words).Run();
-                stopper.join();
-                std::_Exit(result == 0 && out.Text() == Lines(8, 9 + appended) ? 0 : 1);
-            },
-            testing::ExitedWithCode(0), "")
-            << "signal " << sig << ", " << appended << " appended";
+    const std::pair<std::vector<int>, int> cases[] = {{{}, 0}, {{}, 3}, {{SIGINT, SIGINT}, 0}, {{SIGTERM}, 3}};
+    for (const auto& [signals, appended] : cases) {
+        EXPECT_EXIT(FollowAndStop(path, signals, appended), testing::ExitedWithCode(0), "")
+            << testing::PrintToString(signals) << ", " << appended << " appended";
     }
+    EXPECT_EXIT(FollowAndStop(path, {SIGQUIT}, 0), testing::KilledBySignal(SIGQUIT), "");  // not caught
 }
 
 }  // namespace
