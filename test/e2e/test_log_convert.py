@@ -1,7 +1,5 @@
-"""log-convert run as the installed tool: follow mode with a writer appending to the file, the
-signals that end it or a plain conversion, a file that shrinks or may not be read, memory on
-garbage, and the text beside that of the public converters: dlt-convert on a recorded daemon
-session and on every control-response status, the version 2 reference recordings."""
+"""log-convert run as the installed tool: follow mode, signals, shrinking and unreadable files,
+memory on garbage, and the text beside dlt-convert's and the version 2 reference recordings'."""
 import os, re, shutil, signal, struct, subprocess, tempfile, time
 import pytest
 from conftest import BIN, ENV, SAMPLE, SOURCE, expand, run, sample, wait_for
@@ -29,28 +27,22 @@ class Follow:
         assert time.monotonic() - begin < 1.5 and self.proc.stderr.read() == b''
         return status
 
-def test_follow_prints_every_appended_record_once(tmp_path):
-    records, lines = sample()
-    tool = Follow(tmp_path, records[:5], 'continue', '2')
-    tool.text(lines[4])
-    tool.append(*records[5:10])
-    tool.text(lines[9])
-    tool.append(records[10][:30])  # one record written in two parts, the tool reading in between
+@pytest.mark.parametrize('sig, words, tail', [(signal.SIGINT, ['continue', '2'], 2),
+                                             (signal.SIGTERM, ['manatime', 'continue'], 10)])  # ten by default
+def test_follow_prints_every_appended_record_once(tmp_path, sig, words, tail):
+    records, lines = sample(*[w for w in words if w.endswith('time')])
+    tool = Follow(tmp_path, records[:12], *words)
+    tool.text(lines[11])
+    tool.append(*records[12:15])
+    tool.text(lines[14])
+    tool.append(records[15][:30])  # one record written in two parts, the tool reading in between
     time.sleep(1.5)
-    tool.append(records[10][30:])
-    for record in records[11:]:  # a burst of small appends
+    tool.append(records[15][30:])
+    for record in records[16:]:  # a burst of small appends
         tool.append(record)
     tool.text(lines[-1])
-    assert tool.stop(signal.SIGINT) == 0
-    assert tool.text() == ''.join(lines[3:])
-
-def test_sigterm_ends_following(tmp_path):
-    records, lines = sample('manatime')
-    tool = Follow(tmp_path, records, 'manatime', 'continue')
-    tool.text(lines[-1])
-    time.sleep(0.3)  # settled in its wait
-    assert tool.stop(signal.SIGTERM) == 0
-    assert tool.text() == ''.join(lines[-10:])  # ten records by default
+    assert tool.stop(sig) == 0
+    assert tool.text() == ''.join(lines[12 - tail:])
 
 def test_shrinking_file_ends_following(tmp_path):
     records, lines = sample()
