@@ -77,7 +77,9 @@ class Daemon:
         recorder = self.start('dlt-receive', '-o', path, '-p', self.port, 'localhost')
         assert wait_for(lambda: os.path.exists(path) and b'Daemon launched' in open(path, 'rb').read())
         return recorder
-    def stop(self):
+    def __enter__(self):
+        return self
+    def __exit__(self, *_):
         for p in reversed(self.procs):
             p.terminate()
             p.wait(5)
@@ -85,6 +87,5 @@ class Daemon:
 
 @pytest.fixture
 def daemon():
-    d = Daemon()
-    yield d
-    d.stop()
+    with Daemon() as d:
+        yield d

@@ -65,7 +65,6 @@ TEST_F(ProcessorTest, ReadingsOverAllPatterns) {
         {{"On|off"}, {"on"}, kNone},
         {{"{a b|x y}"}, {"a", "x", "y"}, kOne},
         {{"a||b"}, {""}, kOne},
-        {{"a|  |b"}, {""}, kOne},
         {{"a|b"}, {""}, kNone},
         {{"a  |  b"}, {"b"}, kOne},
         {{"x\t| y"}, {"x\t"}, kOne},
