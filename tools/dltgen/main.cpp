@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@
 namespace {
 
 using zel::dltgen::Arg;
+using zel::dltgen::Put;
 using zel::dltgen::Record;
 
 struct Random {
@@ -32,6 +34,13 @@ struct Random {
         return state;
     }
     uint64_t Below(uint64_t n) { return Next() % n; }
+    std::string Bytes(std::size_t n) {
+        std::string bytes(n, '\0');
+        for (char& ch : bytes) {
+            ch = static_cast<char>(Next());
+        }
+        return bytes;
+    }
 };
 
 // Where the fields that change from record to record sit in a template.
@@ -68,18 +77,11 @@ Record MakeRecord(Random& random, int version) {
         r.args = {Arg::String("value"), Arg::Float64(static_cast<double>(random.Below(100000)) / 7.0),
                   Arg::Bool(random.Below(2) == 1), Arg::Hex(random.Next() & 0xFFFF, 2)};
     } else if (shape < 93) {
-        std::string raw(4 + random.Below(60), '\0');
-        for (char& ch : raw) {
-            ch = static_cast<char>(random.Next());
-        }
-        r.args = {Arg::String("frame"), Arg::Raw(raw)};
+        r.args = {Arg::String("frame"), Arg::Raw(random.Bytes(4 + random.Below(60)))};
     } else {
         r.verbose = false;
         r.messageId = static_cast<uint32_t>(random.Below(5000));
-        std::string data(4 + random.Below(40), '\0');
-        for (char& ch : data) {
-            ch = static_cast<char>(random.Next());
-        }
+        const std::string data = random.Bytes(4 + random.Below(40));
         r.payload = version == 1 ? std::string(reinterpret_cast<const char*>(&r.messageId), 4) + data : data;
     }
     return r;
@@ -97,18 +99,6 @@ Template MakeTemplate(Random& random, int version) {
         t.timestampAt = base + 7 + (r.verbose ? 2 : 0);
     }
     return t;
-}
-
-void PutBe(std::string& s, std::size_t at, uint64_t value, int bytes) {
-    for (int i = bytes - 1; i >= 0; --i, value >>= 8) {
-        s[at + static_cast<std::size_t>(i)] = static_cast<char>(value & 0xFF);
-    }
-}
-
-void PutLe(std::string& s, std::size_t at, uint64_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i, value >>= 8) {
-        s[at + static_cast<std::size_t>(i)] = static_cast<char>(value & 0xFF);
-    }
 }
 
 int WriteCatalogue(const char* path) {
@@ -133,26 +123,22 @@ int Usage(const char* program) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    uint64_t records = 0;
-    int version = 1;
-    uint64_t seed = 1;
-    std::string out;
+    std::map<std::string, std::string> options = {
+        {"--records", "0"}, {"--version", "1"}, {"--seed", "1"}, {"--out", ""}};
     for (int i = 1; i + 1 < argc; i += 2) {
-        const std::string option = argv[i];
-        if (option == "--records") {
-            records = std::strtoull(argv[i + 1], nullptr, 10);
-        } else if (option == "--version") {
-            version = std::atoi(argv[i + 1]);
-        } else if (option == "--seed") {
-            seed = std::strtoull(argv[i + 1], nullptr, 10);
-        } else if (option == "--out") {
-            out = argv[i + 1];
-        } else if (option == "--catalogue" && argc == 3) {
+        const auto option = options.find(argv[i]);
+        if (option != options.end()) {
+            option->second = argv[i + 1];
+        } else if (std::strcmp(argv[i], "--catalogue") == 0 && argc == 3) {
             return WriteCatalogue(argv[i + 1]);
         } else {
             return Usage(argv[0]);
         }
     }
+    const uint64_t records = std::strtoull(options["--records"].c_str(), nullptr, 10);
+    const int version = std::atoi(options["--version"].c_str());
+    const uint64_t seed = std::strtoull(options["--seed"].c_str(), nullptr, 10);
+    const std::string out = options["--out"];
     if (argc % 2 == 0 || records == 0 || out.empty() || (version != 1 && version != 2)) {
         return Usage(argv[0]);
     }
@@ -176,14 +162,14 @@ int main(int argc, char** argv) {
         const uint64_t micros = n * 1733;  // about 577 records a second
         s[t.mcntAt] = static_cast<char>(n & 0xFF);
         if (version == 1) {
-            PutLe(s, 4, 1700000000 + micros / 1000000, 4);
-            PutLe(s, 8, micros % 1000000, 4);
-            PutBe(s, t.timestampAt, (micros / 100) & 0xFFFFFFFF, 4);
+            Put(s, 4, 1700000000 + micros / 1000000, 4, false);
+            Put(s, 8, micros % 1000000, 4, false);
+            Put(s, t.timestampAt, micros / 100, 4, true);
         } else {
-            PutBe(s, 4, 1700000000 + micros / 1000000, 5);
-            PutBe(s, 9, (micros % 1000000) * 1000, 4);
-            PutBe(s, t.timestampAt, 0x80000000u | ((micros % 1000000) * 1000), 4);
-            PutBe(s, t.timestampAt + 4, micros / 1000000, 5);
+            Put(s, 4, 1700000000 + micros / 1000000, 5, true);
+            Put(s, 9, (micros % 1000000) * 1000, 4, true);
+            Put(s, t.timestampAt, 0x80000000u | ((micros % 1000000) * 1000), 4, true);
+            Put(s, t.timestampAt + 4, micros / 1000000, 5, true);
         }
         buffer += s;
         if (buffer.size() >= (1 << 20)) {
