@@ -40,12 +40,6 @@ std::vector<Arg> EveryArgument() {
     return args;
 }
 
-Record Base(int version) {
-    Record r;
-    r.version = version;
-    return r;
-}
-
 }  // namespace
 
 std::vector<Record> Catalogue() {
@@ -59,36 +53,35 @@ std::vector<Record> Catalogue() {
         records.push_back(std::move(r));
     };
     for (const int version : {1, 2}) {
+        Record base;
+        base.version = version;
         for (const bool bigEndian : version == 1 ? std::vector<bool>{false, true} : std::vector<bool>{false}) {
+            Record r = base;
+            r.bigEndian = bigEndian;
             for (const Arg& arg : args) {
-                Record r = Base(version);
-                r.bigEndian = bigEndian;
                 r.args = {arg};
                 add(r);
             }
-            Record all = Base(version);
-            all.bigEndian = bigEndian;
-            all.args = args;
-            add(all);
-            Record cut = all;  // an argument list that ends early shows the rest in hex
-            cut.args.back().value.pop_back();
-            add(cut);
+            r.args = args;
+            add(r);
+            r.args.back().value.pop_back();  // an argument list that ends early shows the rest in hex
+            add(r);
         }
         const std::vector<std::pair<MessageType, int>> types = {{MessageType::kLog, 0},
                                                                 {MessageType::kLog, 6},
                                                                 {MessageType::kLog, 9},
                                                                 {MessageType::kAppTrace, 1},
                                                                 {MessageType::kNwTrace, 2}};
+        Record typed = base;
+        typed.apid = "A\xE4";
+        typed.ctid = "\xFF\x01";
+        typed.args = {Arg::String("typed")};
         for (const auto& [type, info] : types) {
-            Record r = Base(version);
-            r.type = type;
-            r.typeInfo = static_cast<uint8_t>(info);
-            r.apid = "A\xE4";
-            r.ctid = "\xFF\x01";
-            r.args = {Arg::String("typed")};
-            add(r);
+            typed.type = type;
+            typed.typeInfo = static_cast<uint8_t>(info);
+            add(typed);
         }
-        Record control = Base(version);
+        Record control = base;
         control.type = MessageType::kControl;
         control.verbose = false;
         // requests carry no status; responses one, named or not, and maybe more bytes
@@ -102,7 +95,7 @@ std::vector<Record> Catalogue() {
             control.payload = payload;
             add(control);
         }
-        Record plain = Base(version);  // non-verbose, without ids or time stamp
+        Record plain = base;  // non-verbose, without ids or time stamp
         plain.verbose = false;
         plain.extended = false;
         plain.withEcuId = false;
@@ -111,7 +104,8 @@ std::vector<Record> Catalogue() {
         plain.payload = version == 1 ? std::string("\xEF\xCD\xAB\x89\x00\x80\xFF", 7) : std::string("\x00\x80\xFF", 3);
         add(plain);
     }
-    Record v2 = Base(2);  // every optional field of the version 2 extension header
+    Record v2;  // every optional field of the version 2 extension header
+    v2.version = 2;
     v2.sessionId = 0xDEADBEEF;
     v2.fileLine = std::pair{std::string("main.cpp"), 4242u};
     v2.tags = {"t1", "\xC3\xA9t\xC3\xA9"};
