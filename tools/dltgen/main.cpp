@@ -43,13 +43,6 @@ struct Random {
     }
 };
 
-// Where the fields that change from record to record sit in a template.
-struct Template {
-    std::string bytes;
-    std::size_t mcntAt;
-    std::size_t timestampAt;  // v1: 0.1 ms (4 bytes); v2: nanoseconds (4) then seconds (5)
-};
-
 std::string Text(Random& random, std::size_t length) {
     static const char kWords[] = "sensor bus frame timeout retry value ok state engine door speed ";
     std::string text;
@@ -87,18 +80,26 @@ Record MakeRecord(Random& random, int version) {
     return r;
 }
 
-Template MakeTemplate(Random& random, int version) {
-    Record r = MakeRecord(random, version);
-    Template t{zel::dltgen::Encode(r), 0, 0};
+// Gives an encoded record the counter and the time stamps of the Nth record of the file.
+void Stamp(std::string& s, int version, uint64_t n) {
+    const uint64_t micros = n * 1733;  // about 577 records a second
+    const uint64_t seconds = micros / 1000000;
+    const uint64_t nanos = micros % 1000000 * 1000;
     if (version == 1) {
-        t.mcntAt = 17;
-        t.timestampAt = 24;  // after the standard header's ECU id
+        s[17] = static_cast<char>(n);
+        Put(s, 4, 1700000000 + seconds, 4, false);
+        Put(s, 8, micros % 1000000, 4, false);
+        Put(s, 24, micros / 100, 4, true);  // after the standard header's ECU id
     } else {
-        const std::size_t base = 14 + static_cast<unsigned char>(t.bytes[13]);
-        t.mcntAt = base + 4;
-        t.timestampAt = base + 7 + (r.verbose ? 2 : 0);
+        // the base header follows the storage header; a verbose record's time stamp its MSIN and NOAR
+        const std::size_t base = 14 + static_cast<unsigned char>(s[13]);
+        const std::size_t timestampAt = base + 7 + ((s[base] & 3) == 0 ? 2 : 0);
+        s[base + 4] = static_cast<char>(n);
+        Put(s, 4, 1700000000 + seconds, 5, true);
+        Put(s, 9, nanos, 4, true);
+        Put(s, timestampAt, 0x80000000u | nanos, 4, true);
+        Put(s, timestampAt + 4, seconds, 5, true);
     }
-    return t;
 }
 
 int WriteCatalogue(const char* path) {
@@ -144,40 +145,23 @@ int main(int argc, char** argv) {
     }
 
     Random random{seed * 0x9E3779B97F4A7C15ULL + 1};
-    std::vector<Template> pool;
+    std::vector<std::string> pool;
     for (int i = 0; i < 4096; ++i) {
-        pool.push_back(MakeTemplate(random, version));
+        pool.push_back(zel::dltgen::Encode(MakeRecord(random, version)));
     }
     std::FILE* file = std::fopen(out.c_str(), "wb");
     if (file == nullptr) {
         std::perror(out.c_str());
         return 1;
     }
-    std::string buffer;
-    buffer.reserve(1 << 21);
+    std::vector<char> buffer(1 << 20);  // glibc ignores the size without a buffer
+    std::setvbuf(file, buffer.data(), _IOFBF, buffer.size());
     uint64_t bytes = 0;
     for (uint64_t n = 0; n < records; ++n) {
-        Template& t = pool[random.Below(pool.size())];
-        std::string& s = t.bytes;
-        const uint64_t micros = n * 1733;  // about 577 records a second
-        s[t.mcntAt] = static_cast<char>(n & 0xFF);
-        if (version == 1) {
-            Put(s, 4, 1700000000 + micros / 1000000, 4, false);
-            Put(s, 8, micros % 1000000, 4, false);
-            Put(s, t.timestampAt, micros / 100, 4, true);
-        } else {
-            Put(s, 4, 1700000000 + micros / 1000000, 5, true);
-            Put(s, 9, (micros % 1000000) * 1000, 4, true);
-            Put(s, t.timestampAt, 0x80000000u | ((micros % 1000000) * 1000), 4, true);
-            Put(s, t.timestampAt + 4, micros / 1000000, 5, true);
-        }
-        buffer += s;
-        if (buffer.size() >= (1 << 20)) {
-            bytes += std::fwrite(buffer.data(), 1, buffer.size(), file);
-            buffer.clear();
-        }
+        std::string& s = pool[random.Below(pool.size())];
+        Stamp(s, version, n);
+        bytes += std::fwrite(s.data(), 1, s.size(), file);
     }
-    bytes += std::fwrite(buffer.data(), 1, buffer.size(), file);
     if (std::fclose(file) != 0) {
         std::perror(out.c_str());
         return 1;
