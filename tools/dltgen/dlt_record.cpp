@@ -61,16 +61,14 @@ std::string Payload(const Record& r) {
     return out;
 }
 
-std::string Id4(const std::string& id) {
-    std::string out = id.substr(0, 4);
-    out.resize(4, '\0');
-    return out;
-}
+std::string Id4(const std::string& id) { return (id + std::string(4, '\0')).substr(0, 4); }
 
 std::string ShortText(const std::string& text) { return static_cast<char>(text.size()) + text; }
 
-uint8_t Msin(const Record& r) {
-    return static_cast<uint8_t>((r.verbose ? 1 : 0) | (static_cast<uint8_t>(r.type) << 1) | (r.typeInfo << 4));
+// The message info byte (verbose flag, type, type info) and the argument count.
+std::string MsinNoar(const Record& r) {
+    const auto msin = static_cast<char>((r.verbose ? 1 : 0) | (static_cast<uint8_t>(r.type) << 1) | (r.typeInfo << 4));
+    return {msin, static_cast<char>(r.verbose ? r.args.size() : 0)};
 }
 
 std::string EncodeV1(const Record& r) {
@@ -78,10 +76,7 @@ std::string EncodeV1(const Record& r) {
     std::string headers = r.withEcuId ? Id4(r.ecu) : "";
     headers += r.sessionId ? Be(*r.sessionId, 4) : "";
     headers += r.timestamp ? Be(*r.timestamp, 4) : "";
-    if (r.extended) {
-        headers += {static_cast<char>(Msin(r)), static_cast<char>(r.verbose ? r.args.size() : 0)};
-        headers += Id4(r.apid) + Id4(r.ctid);
-    }
+    headers += r.extended ? MsinNoar(r) + Id4(r.apid) + Id4(r.ctid) : "";
     const auto htyp = static_cast<char>(0x20 | (r.extended ? 0x01 : 0) | (r.bigEndian ? 0x02 : 0) |
                                         (r.withEcuId ? 0x04 : 0) | (r.sessionId ? 0x08 : 0) | (r.timestamp ? 0x10 : 0));
     const std::size_t len = r.lengthOverride ? *r.lengthOverride : 4 + headers.size() + payload.size();
@@ -93,13 +88,8 @@ std::string EncodeV1(const Record& r) {
 std::string EncodeV2(const Record& r) {
     const std::string payload = Payload(r);
     const uint8_t content = r.type == MessageType::kControl ? 2 : (r.verbose ? 0 : 1);
-    std::string conditional;
-    if (content != 1) {
-        conditional += {static_cast<char>(Msin(r)), static_cast<char>(r.verbose ? r.args.size() : 0)};
-    }
-    if (content != 2) {
-        conditional += Be((r.tsRelative ? 0x80000000u : 0) | r.tsNanos, 4) + Be(r.tsSeconds, 5);
-    }
+    std::string conditional = content != 1 ? MsinNoar(r) : "";
+    conditional += content != 2 ? Be((r.tsRelative ? 0x80000000u : 0) | r.tsNanos, 4) + Be(r.tsSeconds, 5) : "";
     conditional += content == 1 ? Be(r.messageId, 4) : "";
     std::string extension = r.withEcuId ? ShortText(r.ecu) : "";
     extension += r.extended ? ShortText(r.apid) + ShortText(r.ctid) : "";
