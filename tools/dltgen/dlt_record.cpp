@@ -25,7 +25,6 @@ std::string Ordered(uint64_t value, int width, bool bigEndian) {
     return out;
 }
 
-std::string Le(uint64_t value, int width) { return Ordered(value, width, false); }
 std::string Be(uint64_t value, int width) { return Ordered(value, width, true); }
 
 // A number argument: its length code in the type info, its value little-endian.
@@ -80,7 +79,7 @@ std::string EncodeV1(const Record& r) {
     const auto htyp = static_cast<char>(0x20 | (r.extended ? 0x01 : 0) | (r.bigEndian ? 0x02 : 0) |
                                         (r.withEcuId ? 0x04 : 0) | (r.sessionId ? 0x08 : 0) | (r.timestamp ? 0x10 : 0));
     const std::size_t len = r.lengthOverride ? *r.lengthOverride : 4 + headers.size() + payload.size();
-    std::string out = "DLT\x01" + Le(r.seconds, 4) + Le(r.subseconds, 4) + Id4(r.ecu);
+    std::string out = "DLT\x01" + Ordered(r.seconds, 4, false) + Ordered(r.subseconds, 4, false) + Id4(r.ecu);
     out += {htyp, static_cast<char>(r.mcnt)};
     return out + Be(len, 2) + headers + payload;
 }

@@ -4,10 +4,10 @@
 //   dlt-gen --catalogue FILE
 //
 // Records mix sizes (a few bytes to about a kilobyte of payload), levels, application and
-// context ids, verbose argument types and non-verbose messages. The same arguments always give
-// the same file. Records are made from a pool of encoded templates whose counter and time
-// stamps are patched, so that writing runs at disk speed. The catalogue is a small file with one
-// record of every argument type, message type and header option (catalogue.h).
+// context ids, verbose argument types and non-verbose messages; the same arguments give the same
+// file. They are drawn from a pool of encoded records whose counter and time stamps are rewritten
+// (Stamp), so that writing runs at disk speed. The catalogue holds one record of every argument
+// type, message type and header option (catalogue.h).
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
