@@ -1,6 +1,5 @@
 #include "catalogue.h"
 
-#include <cmath>
 #include <limits>
 #include <string>
 #include <utility>
@@ -11,31 +10,22 @@ namespace {
 // One argument of every type, at every width, signs and special values included; bytes above
 // 0x7F wherever text or raw data can hold them.
 std::vector<Arg> EveryArgument() {
-    std::vector<Arg> args = {
-        Arg::String("plain text"),
-        Arg::String(std::string("line\r\nends\0after NUL", 20)),
-        Arg::String("utf-8 \xC3\xBC\xE2\x82\xAC", true),
-        Arg::Bool(true),
-        Arg::Bool(false),
-        Arg::Float32(-1.5f),
-        Arg::Float32(std::numeric_limits<float>::quiet_NaN()),
-        Arg::Float32(-std::numeric_limits<float>::infinity()),
-        Arg::Float64(6.02214076e23),
-        Arg::Float64(-std::numeric_limits<double>::quiet_NaN()),
-        Arg::Float64(std::numeric_limits<double>::denorm_min()),
-        Arg::Raw(std::string("\x00\x7F\x80\xFF", 4)),
-        Arg::Uint128(std::string("\x01\x23\x45\x67\x89\xAB\xCD\xEF\xFE\xDC\xBA\x98\x76\x54\x32\x10", 16)),
-        Arg::Int(42, 4).Named("speed", "km/h"),
-        Arg::String("named").Named("label"),
-        Arg::Bool(true).Named("flag")};
+    using Float = std::numeric_limits<float>;
+    using Double = std::numeric_limits<double>;
+    const std::string sixteen("\x01\x23\x45\x67\x89\xAB\xCD\xEF\xFE\xDC\xBA\x98\x76\x54\x32\x10", 16);
+    std::vector<Arg> args = {Arg::String("plain text"), Arg::String(std::string("line\r\nends\0after NUL", 20)),
+                             Arg::String("utf-8 \xC3\xBC\xE2\x82\xAC", true), Arg::Bool(true), Arg::Bool(false)};
+    args.insert(args.end(),
+                {Arg::Float32(-1.5f), Arg::Float32(Float::quiet_NaN()), Arg::Float32(-Float::infinity()),
+                 Arg::Float64(6.02214076e23), Arg::Float64(-Double::quiet_NaN()), Arg::Float64(Double::denorm_min())});
+    args.insert(args.end(), {Arg::Raw(std::string("\x00\x7F\x80\xFF", 4)), Arg::Uint128(sixteen),
+                             Arg::Int(42, 4).Named("speed", "km/h"), Arg::String("named").Named("label"),
+                             Arg::Bool(true).Named("flag")});
     for (const int bytes : {1, 2, 4, 8}) {
         const uint64_t top = 1ULL << (8 * bytes - 1);
-        args.push_back(Arg::Int(-static_cast<int64_t>(top - 1) - 1, bytes));
-        args.push_back(Arg::Int(static_cast<int64_t>(top - 1), bytes));
-        args.push_back(Arg::Int(-1, bytes));
-        args.push_back(Arg::Uint(top | 1, bytes));
-        args.push_back(Arg::Hex(top | 0x5A, bytes));
-        args.push_back(Arg::Bin(top | 0x5A, bytes));
+        const auto max = static_cast<int64_t>(top - 1);
+        args.insert(args.end(), {Arg::Int(-max - 1, bytes), Arg::Int(max, bytes), Arg::Int(-1, bytes),
+                                 Arg::Uint(top | 1, bytes), Arg::Hex(top | 0x5A, bytes), Arg::Bin(top | 0x5A, bytes)});
     }
     return args;
 }
