@@ -51,16 +51,14 @@ def main():
     ap.add_argument("--tool", required=True)
     ap.add_argument("--gen", required=True)
     ap.add_argument("--work", default=tempfile.gettempdir())
-    ap.add_argument("--records", type=int, default=1500000)
-    ap.add_argument("--runs", type=int, default=3)
-    ap.add_argument("--zeros", type=int, default=1)
+    for option, default in (("--records", 1500000), ("--runs", 3), ("--zeros", 1)):
+        ap.add_argument(option, type=int, default=default)
     ap.add_argument("--sample", default=os.path.join(os.path.dirname(__file__), "../samples/daemon-session.log"))
     a = ap.parse_args()
     log, garbage, out = (os.path.join(a.work, name) for name in ("bench.log", "garbage.log", "out.txt"))
     subprocess.run([a.gen, "--records", str(a.records), "--seed", "7", "--out", log], check=True)
-    with open(garbage, "wb") as f:
-        f.truncate(a.zeros << 30)
-        f.seek(0, 2)
+    with open(garbage, "wb") as f:  # a hole of GB zeros, then the session
+        f.seek(a.zeros << 30)
         f.write(open(a.sample, "rb").read())
     mb = os.path.getsize(log) / 1e6
     print(f"{a.records} records, {mb:.0f} MB; {a.runs} interleaved runs; median s, MB/s, peak RSS MB")

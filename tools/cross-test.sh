@@ -1,16 +1,14 @@
 #!/usr/bin/env bash
-# Builds the tool and its unit tests for 64-bit Arm (cmake/aarch64-linux-gnu.cmake), runs the
-# unit tests under qemu, and converts the shipped sample, the version 2 reference files (when
-# ../shared is there) and the generator's catalogue of every record layout with both the arm64
-# and the x86-64 build: the outputs must be byte-identical. Installs the cross toolchain, the
-# arm64 libraries (Debian multiarch) and qemu first. Run as root on Debian.
+# Builds the tool and its unit tests for 64-bit Arm (cmake/aarch64-linux-gnu.cmake) and runs the
+# tests under qemu; then converts the shipped sample, the version 2 reference files (when
+# ../shared is there) and the generator's catalogue with the arm64 and the x86-64 build: the
+# outputs must be byte-identical. Installs the cross toolchain and qemu first. Run as root on Debian.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 dpkg --print-foreign-architectures | grep -qx arm64 || dpkg --add-architecture arm64
-# The arm64 programs run on the arm64 C and C++ runtime of the multiarch installation, loader
-# included (/lib/ld-linux-aarch64.so.1); automotive-dlt.pc links zlib, which libdlt-dev does not
-# bring.
+# The arm64 programs run on the multiarch C and C++ runtime, loader included
+# (/lib/ld-linux-aarch64.so.1); automotive-dlt.pc links zlib, which libdlt-dev does not bring.
 bash tools/install-deps.sh build crossbuild-essential-arm64 qemu-user libdlt-dev:arm64 libgtest-dev:arm64 \
     libstdc++6:arm64 zlib1g-dev:arm64
 
@@ -25,8 +23,7 @@ cmake -S . -B $arm -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/aarch64-linux-gnu.cmake" -
 cmake --build $arm -j"$jobs" --target zel-tool docs unit_tests fuzz_record fuzz_convert fuzz_kvs fuzz_matcher
 cmake --install $arm --prefix $arm/root/usr >/dev/null
 readelf -h $arm/zel-tool/zel-tool | grep -q AArch64
-# Death tests run the test program again through exec, which needs the kernel to hand arm64
-# programs to qemu (binfmt_misc); containers seldom allow that, so those few are left out here.
+# Death tests exec the test program again: that needs binfmt_misc for qemu, seldom in containers.
 ctest --test-dir $arm -L unit -j"$jobs" --output-on-failure -E 'ConvertTest.PluginStops'
 
 inputs=$arm/inputs
@@ -44,11 +41,10 @@ convert() {
 export TZ=UTC
 status=0
 for input in $inputs/*.log; do
+    # shellcheck disable=SC2086
     for form in "" datatime manatime; do
         out=$input.${form:-both}
-        # shellcheck disable=SC2086
         convert "$out.x86-64" $host/root/usr/bin/zel-tool log-convert $form "$input"
-        # shellcheck disable=SC2086
         convert "$out.arm64" qemu-aarch64 $arm/root/usr/bin/zel-tool log-convert $form "$input"
         if cmp -s "$out.x86-64" "$out.arm64"; then
             echo "identical: log-convert $form $(basename "$input") ($(wc -l <"$out.arm64") lines)"

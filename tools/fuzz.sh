@@ -1,11 +1,10 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets (test/fuzz) with clang's libFuzzer, AddressSanitizer and
-# UndefinedBehaviorSanitizer, and runs each for SECONDS (default 30), two at a time: all of them,
-# or the targets named after SECONDS (record, convert, kvs, matcher). Each target
-# starts from its seeds (the shipped sample, the version 2 reference files when ../shared is
-# there, generator files, the configuration files) and keeps what it finds in build-fuzz/corpus.
-# An input that crashes, hangs or runs out of memory is copied to test/fuzz/regressions/<target>/,
-# where the test suite replays it; commit it with the fix. Fails when any target failed.
+# UndefinedBehaviorSanitizer and runs each for SECONDS (default 30), two at a time: all of them or
+# those named after SECONDS (record, convert, kvs, matcher). Seeds: the sample, the version 2
+# reference files when ../shared is there, generator files, the configuration files; finds are kept
+# in build-fuzz/corpus. An input that crashes, hangs or runs out of memory is copied to
+# test/fuzz/regressions/<target>/, which the suite replays: commit it with the fix. Fails when any target fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-30}

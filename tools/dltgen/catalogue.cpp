@@ -1,6 +1,5 @@
 #include "catalogue.h"
 
-#include <cmath>
 #include <limits>
 #include <string>
 #include <utility>
@@ -11,39 +10,24 @@ namespace {
 // One argument of every type, at every width, signs and special values included; bytes above
 // 0x7F wherever text or raw data can hold them.
 std::vector<Arg> EveryArgument() {
-    std::vector<Arg> args = {
-        Arg::String("plain text"),
-        Arg::String(std::string("line\r\nends\0after NUL", 20)),
-        Arg::String("utf-8 \xC3\xBC\xE2\x82\xAC", true),
-        Arg::Bool(true),
-        Arg::Bool(false),
-        Arg::Float32(-1.5f),
-        Arg::Float32(std::numeric_limits<float>::quiet_NaN()),
-        Arg::Float32(-std::numeric_limits<float>::infinity()),
-        Arg::Float64(6.02214076e23),
-        Arg::Float64(-std::numeric_limits<double>::quiet_NaN()),
-        Arg::Float64(std::numeric_limits<double>::denorm_min()),
-        Arg::Raw(std::string("\x00\x7F\x80\xFF", 4)),
-        Arg::Uint128(std::string("\x01\x23\x45\x67\x89\xAB\xCD\xEF\xFE\xDC\xBA\x98\x76\x54\x32\x10", 16)),
-        Arg::Int(42, 4).Named("speed", "km/h"),
-        Arg::String("named").Named("label"),
-        Arg::Bool(true).Named("flag")};
+    using Float = std::numeric_limits<float>;
+    using Double = std::numeric_limits<double>;
+    const std::string sixteen("\x01\x23\x45\x67\x89\xAB\xCD\xEF\xFE\xDC\xBA\x98\x76\x54\x32\x10", 16);
+    std::vector<Arg> args = {Arg::String("plain text"), Arg::String(std::string("line\r\nends\0after NUL", 20)),
+                             Arg::String("utf-8 \xC3\xBC\xE2\x82\xAC", true), Arg::Bool(true), Arg::Bool(false)};
+    args.insert(args.end(),
+                {Arg::Float32(-1.5f), Arg::Float32(Float::quiet_NaN()), Arg::Float32(-Float::infinity()),
+                 Arg::Float64(6.02214076e23), Arg::Float64(-Double::quiet_NaN()), Arg::Float64(Double::denorm_min())});
+    args.insert(args.end(), {Arg::Raw(std::string("\x00\x7F\x80\xFF", 4)), Arg::Uint128(sixteen),
+                             Arg::Int(42, 4).Named("speed", "km/h"), Arg::String("named").Named("label"),
+                             Arg::Bool(true).Named("flag")});
     for (const int bytes : {1, 2, 4, 8}) {
         const uint64_t top = 1ULL << (8 * bytes - 1);
-        args.push_back(Arg::Int(-static_cast<int64_t>(top - 1) - 1, bytes));
-        args.push_back(Arg::Int(static_cast<int64_t>(top - 1), bytes));
-        args.push_back(Arg::Int(-1, bytes));
-        args.push_back(Arg::Uint(top | 1, bytes));
-        args.push_back(Arg::Hex(top | 0x5A, bytes));
-        args.push_back(Arg::Bin(top | 0x5A, bytes));
+        const auto max = static_cast<int64_t>(top - 1);
+        args.insert(args.end(), {Arg::Int(-max - 1, bytes), Arg::Int(max, bytes), Arg::Int(-1, bytes),
+                                 Arg::Uint(top | 1, bytes), Arg::Hex(top | 0x5A, bytes), Arg::Bin(top | 0x5A, bytes)});
     }
     return args;
-}
-
-Record Base(int version) {
-    Record r;
-    r.version = version;
-    return r;
 }
 
 }  // namespace
@@ -59,36 +43,35 @@ std::vector<Record> Catalogue() {
         records.push_back(std::move(r));
     };
     for (const int version : {1, 2}) {
+        Record base;
+        base.version = version;
         for (const bool bigEndian : version == 1 ? std::vector<bool>{false, true} : std::vector<bool>{false}) {
+            Record r = base;
+            r.bigEndian = bigEndian;
             for (const Arg& arg : args) {
-                Record r = Base(version);
-                r.bigEndian = bigEndian;
                 r.args = {arg};
                 add(r);
             }
-            Record all = Base(version);
-            all.bigEndian = bigEndian;
-            all.args = args;
-            add(all);
-            Record cut = all;  // an argument list that ends early shows the rest in hex
-            cut.args.back().value.pop_back();
-            add(cut);
+            r.args = args;
+            add(r);
+            r.args.back().value.pop_back();  // an argument list that ends early shows the rest in hex
+            add(r);
         }
         const std::vector<std::pair<MessageType, int>> types = {{MessageType::kLog, 0},
                                                                 {MessageType::kLog, 6},
                                                                 {MessageType::kLog, 9},
                                                                 {MessageType::kAppTrace, 1},
                                                                 {MessageType::kNwTrace, 2}};
+        Record typed = base;
+        typed.apid = "A\xE4";
+        typed.ctid = "\xFF\x01";
+        typed.args = {Arg::String("typed")};
         for (const auto& [type, info] : types) {
-            Record r = Base(version);
-            r.type = type;
-            r.typeInfo = static_cast<uint8_t>(info);
-            r.apid = "A\xE4";
-            r.ctid = "\xFF\x01";
-            r.args = {Arg::String("typed")};
-            add(r);
+            typed.type = type;
+            typed.typeInfo = static_cast<uint8_t>(info);
+            add(typed);
         }
-        Record control = Base(version);
+        Record control = base;
         control.type = MessageType::kControl;
         control.verbose = false;
         // requests carry no status; responses one, named or not, and maybe more bytes
@@ -102,7 +85,7 @@ std::vector<Record> Catalogue() {
             control.payload = payload;
             add(control);
         }
-        Record plain = Base(version);  // non-verbose, without ids or time stamp
+        Record plain = base;  // non-verbose, without ids or time stamp
         plain.verbose = false;
         plain.extended = false;
         plain.withEcuId = false;
@@ -111,7 +94,8 @@ std::vector<Record> Catalogue() {
         plain.payload = version == 1 ? std::string("\xEF\xCD\xAB\x89\x00\x80\xFF", 7) : std::string("\x00\x80\xFF", 3);
         add(plain);
     }
-    Record v2 = Base(2);  // every optional field of the version 2 extension header
+    Record v2;  // every optional field of the version 2 extension header
+    v2.version = 2;
     v2.sessionId = 0xDEADBEEF;
     v2.fileLine = std::pair{std::string("main.cpp"), 4242u};
     v2.tags = {"t1", "\xC3\xA9t\xC3\xA9"};

@@ -16,10 +16,9 @@ namespace zel::dltgen {
 // around for a big-endian version 1 payload.
 struct Arg {
     uint32_t typeInfo = 0;
-    std::string name;     // with a name, the variable-info flag is set
-    std::string unit;     // numbers only
-    std::string value;    // number bytes (LE), or string/raw bytes
-    int numberBytes = 0;  // width of a number, 0 for strings and raw data
+    std::string name;   // with a name, the variable-info flag is set
+    std::string unit;   // numbers only
+    std::string value;  // number bytes (LE), or string/raw bytes
 
     static Arg String(const std::string& text, bool utf8 = false);  // NUL appended
     static Arg Bool(bool value);
@@ -71,6 +70,10 @@ struct Record {
 
 // The bytes of one stored record.
 std::string Encode(const Record& record);
+
+// Writes VALUE into the WIDTH bytes of OUT at AT, most significant byte first when BIGENDIAN:
+// the one byte-order writer of the generator, also used to patch encoded records in place.
+void Put(std::string& out, std::size_t at, uint64_t value, int width, bool bigEndian);
 
 }  // namespace zel::dltgen
 

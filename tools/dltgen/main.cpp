@@ -4,14 +4,15 @@
 //   dlt-gen --catalogue FILE
 //
 // Records mix sizes (a few bytes to about a kilobyte of payload), levels, application and
-// context ids, verbose argument types and non-verbose messages. The same arguments always give
-// the same file. Records are made from a pool of encoded templates whose counter and time
-// stamps are patched, so that writing runs at disk speed. The catalogue is a small file with one
-// record of every argument type, message type and header option (catalogue.h).
+// context ids, verbose argument types and non-verbose messages; the same arguments give the same
+// file. They are drawn from a pool of encoded records whose counter and time stamps are rewritten
+// (Stamp), so that writing runs at disk speed. The catalogue holds one record of every argument
+// type, message type and header option (catalogue.h).
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@
 namespace {
 
 using zel::dltgen::Arg;
+using zel::dltgen::Put;
 using zel::dltgen::Record;
 
 struct Random {
@@ -32,13 +34,13 @@ struct Random {
         return state;
     }
     uint64_t Below(uint64_t n) { return Next() % n; }
-};
-
-// Where the fields that change from record to record sit in a template.
-struct Template {
-    std::string bytes;
-    std::size_t mcntAt;
-    std::size_t timestampAt;  // v1: 0.1 ms (4 bytes); v2: nanoseconds (4) then seconds (5)
+    std::string Bytes(std::size_t n) {
+        std::string bytes(n, '\0');
+        for (char& ch : bytes) {
+            ch = static_cast<char>(Next());
+        }
+        return bytes;
+    }
 };
 
 std::string Text(Random& random, std::size_t length) {
@@ -68,46 +70,35 @@ Record MakeRecord(Random& random, int version) {
         r.args = {Arg::String("value"), Arg::Float64(static_cast<double>(random.Below(100000)) / 7.0),
                   Arg::Bool(random.Below(2) == 1), Arg::Hex(random.Next() & 0xFFFF, 2)};
     } else if (shape < 93) {
-        std::string raw(4 + random.Below(60), '\0');
-        for (char& ch : raw) {
-            ch = static_cast<char>(random.Next());
-        }
-        r.args = {Arg::String("frame"), Arg::Raw(raw)};
+        r.args = {Arg::String("frame"), Arg::Raw(random.Bytes(4 + random.Below(60)))};
     } else {
         r.verbose = false;
         r.messageId = static_cast<uint32_t>(random.Below(5000));
-        std::string data(4 + random.Below(40), '\0');
-        for (char& ch : data) {
-            ch = static_cast<char>(random.Next());
-        }
+        const std::string data = random.Bytes(4 + random.Below(40));
         r.payload = version == 1 ? std::string(reinterpret_cast<const char*>(&r.messageId), 4) + data : data;
     }
     return r;
 }
 
-Template MakeTemplate(Random& random, int version) {
-    Record r = MakeRecord(random, version);
-    Template t{zel::dltgen::Encode(r), 0, 0};
+// Gives an encoded record the counter and the time stamps of the Nth record of the file.
+void Stamp(std::string& s, int version, uint64_t n) {
+    const uint64_t micros = n * 1733;  // about 577 records a second
+    const uint64_t seconds = micros / 1000000;
+    const uint64_t nanos = micros % 1000000 * 1000;
     if (version == 1) {
-        t.mcntAt = 17;
-        t.timestampAt = 24;  // after the standard header's ECU id
+        s[17] = static_cast<char>(n);
+        Put(s, 4, 1700000000 + seconds, 4, false);
+        Put(s, 8, micros % 1000000, 4, false);
+        Put(s, 24, micros / 100, 4, true);  // after the standard header's ECU id
     } else {
-        const std::size_t base = 14 + static_cast<unsigned char>(t.bytes[13]);
-        t.mcntAt = base + 4;
-        t.timestampAt = base + 7 + (r.verbose ? 2 : 0);
-    }
-    return t;
-}
-
-void PutBe(std::string& s, std::size_t at, uint64_t value, int bytes) {
-    for (int i = bytes - 1; i >= 0; --i, value >>= 8) {
-        s[at + static_cast<std::size_t>(i)] = static_cast<char>(value & 0xFF);
-    }
-}
-
-void PutLe(std::string& s, std::size_t at, uint64_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i, value >>= 8) {
-        s[at + static_cast<std::size_t>(i)] = static_cast<char>(value & 0xFF);
+        // the base header follows the storage header; a verbose record's time stamp its MSIN and NOAR
+        const std::size_t base = 14 + static_cast<unsigned char>(s[13]);
+        const std::size_t timestampAt = base + 7 + ((s[base] & 3) == 0 ? 2 : 0);
+        s[base + 4] = static_cast<char>(n);
+        Put(s, 4, 1700000000 + seconds, 5, true);
+        Put(s, 9, nanos, 4, true);
+        Put(s, timestampAt, 0x80000000u | nanos, 4, true);
+        Put(s, timestampAt + 4, seconds, 5, true);
     }
 }
 
@@ -133,65 +124,44 @@ int Usage(const char* program) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    uint64_t records = 0;
-    int version = 1;
-    uint64_t seed = 1;
-    std::string out;
+    std::map<std::string, std::string> options = {
+        {"--records", "0"}, {"--version", "1"}, {"--seed", "1"}, {"--out", ""}};
     for (int i = 1; i + 1 < argc; i += 2) {
-        const std::string option = argv[i];
-        if (option == "--records") {
-            records = std::strtoull(argv[i + 1], nullptr, 10);
-        } else if (option == "--version") {
-            version = std::atoi(argv[i + 1]);
-        } else if (option == "--seed") {
-            seed = std::strtoull(argv[i + 1], nullptr, 10);
-        } else if (option == "--out") {
-            out = argv[i + 1];
-        } else if (option == "--catalogue" && argc == 3) {
+        const auto option = options.find(argv[i]);
+        if (option != options.end()) {
+            option->second = argv[i + 1];
+        } else if (std::strcmp(argv[i], "--catalogue") == 0 && argc == 3) {
             return WriteCatalogue(argv[i + 1]);
         } else {
             return Usage(argv[0]);
         }
     }
+    const uint64_t records = std::strtoull(options["--records"].c_str(), nullptr, 10);
+    const int version = std::atoi(options["--version"].c_str());
+    const uint64_t seed = std::strtoull(options["--seed"].c_str(), nullptr, 10);
+    const std::string out = options["--out"];
     if (argc % 2 == 0 || records == 0 || out.empty() || (version != 1 && version != 2)) {
         return Usage(argv[0]);
     }
 
     Random random{seed * 0x9E3779B97F4A7C15ULL + 1};
-    std::vector<Template> pool;
+    std::vector<std::string> pool;
     for (int i = 0; i < 4096; ++i) {
-        pool.push_back(MakeTemplate(random, version));
+        pool.push_back(zel::dltgen::Encode(MakeRecord(random, version)));
     }
     std::FILE* file = std::fopen(out.c_str(), "wb");
     if (file == nullptr) {
         std::perror(out.c_str());
         return 1;
     }
-    std::string buffer;
-    buffer.reserve(1 << 21);
+    std::vector<char> buffer(1 << 20);  // glibc ignores the size without a buffer
+    std::setvbuf(file, buffer.data(), _IOFBF, buffer.size());
     uint64_t bytes = 0;
     for (uint64_t n = 0; n < records; ++n) {
-        Template& t = pool[random.Below(pool.size())];
-        std::string& s = t.bytes;
-        const uint64_t micros = n * 1733;  // about 577 records a second
-        s[t.mcntAt] = static_cast<char>(n & 0xFF);
-        if (version == 1) {
-            PutLe(s, 4, 1700000000 + micros / 1000000, 4);
-            PutLe(s, 8, micros % 1000000, 4);
-            PutBe(s, t.timestampAt, (micros / 100) & 0xFFFFFFFF, 4);
-        } else {
-            PutBe(s, 4, 1700000000 + micros / 1000000, 5);
-            PutBe(s, 9, (micros % 1000000) * 1000, 4);
-            PutBe(s, t.timestampAt, 0x80000000u | ((micros % 1000000) * 1000), 4);
-            PutBe(s, t.timestampAt + 4, micros / 1000000, 5);
-        }
-        buffer += s;
-        if (buffer.size() >= (1 << 20)) {
-            bytes += std::fwrite(buffer.data(), 1, buffer.size(), file);
-            buffer.clear();
-        }
+        std::string& s = pool[random.Below(pool.size())];
+        Stamp(s, version, n);
+        bytes += std::fwrite(s.data(), 1, s.size(), file);
     }
-    bytes += std::fwrite(buffer.data(), 1, buffer.size(), file);
     if (std::fclose(file) != 0) {
         std::perror(out.c_str());
         return 1;
