@@ -5,9 +5,9 @@
 // tailNum records and then prints records as they are appended, polling the size once a
 // second. The file is read in 2048-byte blocks in both directions; only an incomplete record
 // (or, backwards, the unparsed front of the span, at most one block) is carried between blocks.
-// Record lines are gathered and written in pieces of about 64 KB, and always before a message
-// line, at the end of every pass (so before every wait) and before returning; every other
-// message is flushed at once.
+// Record lines are gathered and handed in pieces of about 64 KB to a writer thread, so that
+// writing overlaps decoding; they are all written before a message line, at the end of every
+// pass (so before every wait) and before returning. Every other message is flushed at once.
 //
 // ConvertLogFile runs on the main thread. Stop may be called from any other thread at any
 // time. It ends a plain conversion after the block being printed (its lines are written; what
@@ -27,6 +27,7 @@
 #include "ara/log/log_storage_msg.h"
 #include "convert_command.h"
 #include "line_buffer.h"
+#include "output_writer.h"
 
 namespace zel::clt {
 
@@ -68,7 +69,7 @@ private:
     void DrainLeftData();
     void PrintMsg(const ara::log::LogStorageMsg& msg);
     void ReportDiscard(uint64_t bytes);
-    // Writes the record lines gathered so far and flushes the stream.
+    // Writes the record lines gathered so far, and any piece still in flight, and flushes.
     void FlushRecords();
     // Standard output for a message line, after the record lines gathered so far.
     std::ostream& Message();
@@ -93,7 +94,8 @@ private:
     std::mutex stopMutex_;                    // pairs with stopped_, so that a Stop is never missed
     std::condition_variable stopped_;
     ara::log::LogStorageMsg msg_;  // reused for every record
-    LineBuffer pending_;           // record lines not yet written, about 64 KB at most
+    LineBuffer pending_;           // record lines not yet handed to writer_, about 64 KB at most
+    OutputWriter writer_;
 };
 
 }  // namespace zel::clt

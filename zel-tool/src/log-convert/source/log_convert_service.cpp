@@ -260,10 +260,9 @@ void LogConvertService::ReverseParseLogFile() {
 
 void LogConvertService::FlushRecords() {
     if (!pending_.Empty()) {
-        std::cout.write(pending_.Data(), static_cast<std::streamsize>(pending_.Size()));
-        pending_.Clear();
+        writer_.Post(pending_);
     }
-    std::cout.flush();
+    writer_.Drain();
 }
 
 std::ostream& LogConvertService::Message() {
@@ -333,7 +332,7 @@ void LogConvertService::ReadAndPrintLog() {
         }
         PrintLog();
         if (pending_.Size() >= kOutputChunk) {
-            FlushRecords();
+            writer_.Post(pending_);
         }
     }
     Message() << "File stream is abnormal " << std::endl;
