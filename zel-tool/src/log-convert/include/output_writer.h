@@ -30,13 +30,16 @@ public:
 
 private:
     void Run();
+    void WaitUntilIdle(std::unique_lock<std::mutex>& lock);
 
     std::thread thread_;
     std::mutex mutex_;
-    std::condition_variable changed_;
-    LineBuffer inFlight_;  // the piece being written, while busy_
+    std::condition_variable wake_;  // the writer: a piece, or the end
+    std::condition_variable idle_;  // the producer: the piece is written
+    LineBuffer inFlight_;           // the piece being written, while busy_
     bool busy_ = false;
     bool quit_ = false;
+    bool producerWaiting_ = false;
 };
 
 }  // namespace zel::clt

@@ -11,7 +11,7 @@ OutputWriter::~OutputWriter() {
             std::lock_guard<std::mutex> lock(mutex_);
             quit_ = true;
         }
-        changed_.notify_all();
+        wake_.notify_one();
         thread_.join();
     }
 }
@@ -19,7 +19,7 @@ OutputWriter::~OutputWriter() {
 void OutputWriter::Post(LineBuffer& lines) {
     {
         std::unique_lock<std::mutex> lock(mutex_);
-        changed_.wait(lock, [this] { return !busy_; });
+        WaitUntilIdle(lock);
         std::swap(inFlight_, lines);
         busy_ = true;
     }
@@ -27,21 +27,29 @@ void OutputWriter::Post(LineBuffer& lines) {
     if (!thread_.joinable()) {
         thread_ = std::thread(&OutputWriter::Run, this);
     }
-    changed_.notify_all();
+    wake_.notify_one();
 }
 
 void OutputWriter::Drain() {
     {
         std::unique_lock<std::mutex> lock(mutex_);
-        changed_.wait(lock, [this] { return !busy_; });
+        WaitUntilIdle(lock);
     }
     std::cout.flush();
+}
+
+void OutputWriter::WaitUntilIdle(std::unique_lock<std::mutex>& lock) {
+    if (busy_) {
+        producerWaiting_ = true;
+        idle_.wait(lock, [this] { return !busy_; });
+        producerWaiting_ = false;
+    }
 }
 
 void OutputWriter::Run() {
     std::unique_lock<std::mutex> lock(mutex_);
     while (true) {
-        changed_.wait(lock, [this] { return busy_ || quit_; });
+        wake_.wait(lock, [this] { return busy_ || quit_; });
         if (!busy_) {
             return;
         }
@@ -50,7 +58,9 @@ void OutputWriter::Run() {
         std::cout.flush();
         lock.lock();
         busy_ = false;
-        changed_.notify_all();
+        if (producerWaiting_) {  // a wake-up costs a system call: only when it is waited for
+            idle_.notify_one();
+        }
     }
 }
 
