@@ -48,9 +48,9 @@ std::string Line(int i, std::size_t size = 20) {
     return std::to_string(i) + text + std::to_string(1000 + i % 256).substr(1) + " APP CTX info [" + Text(i, size) +
            "]\n";
 }
-std::string Records(int first, int last, std::size_t size = 20) {
+std::string Records(int first, int last, std::size_t size = 20, int version = 1) {
     std::string bytes;
-    while (first <= last) bytes += Encode(Numbered(first++, size));
+    while (first <= last) bytes += Encode(Numbered(first++, size, version));
     return bytes;
 }
 std::string Lines(int first, int last, std::size_t size = 20) {
@@ -178,9 +178,11 @@ TEST_F(ConvertTest, LongRecordsAndMarksInPayloads) {
 }
 
 TEST_F(ConvertTest, TailAcrossBlocks) {
-    const std::string path = dir.Write("tail.log", Records(1, 25, 300));
-    for (const auto& [count, first] : {std::pair{10, 16}, {1, 25}, {25, 1}, {26, 1}, {0, 26}, {-4, 26}}) {
-        EXPECT_EQ(Convert(path, true, count), std::make_pair(0, Lines(first, 25, 300))) << count;
+    for (const int version : {1, 2}) {
+        const std::string path = dir.Write("tail.log", Records(1, 25, 300, version));
+        for (const auto& [count, first] : {std::pair{10, 16}, {1, 25}, {25, 1}, {26, 1}, {0, 26}, {-4, 26}}) {
+            EXPECT_EQ(Convert(path, true, count), std::make_pair(0, Lines(first, 25, 300))) << version << " " << count;
+        }
     }
     EXPECT_EQ(Convert(dir.Write("empty.log", ""), true), std::make_pair(0, std::string()));
 }
