@@ -4,8 +4,8 @@
 #include <pthread.h>
 #include <signal.h>
 
-#include <ctime>
 #include <atomic>
+#include <ctime>
 #include <future>
 #include <random>
 #include <thread>
