@@ -204,8 +204,11 @@ bool AppendArgument(Reader& r, std::string& out) {
             const std::size_t textLength = nul == nullptr ? length : static_cast<const std::uint8_t*>(nul) - data;
             const std::size_t start = out.size();
             out.append(reinterpret_cast<const char*>(data), textLength);
-            for (auto at = out.begin() + static_cast<std::ptrdiff_t>(start); at != out.end(); ++at) {
-                *at = *at == '\r' || *at == '\n' ? ' ' : *at;  // a loop the compiler runs many bytes at a time
+            for (const char lineEnd : {'\r', '\n'}) {
+                char* at = out.data() + start;
+                while ((at = static_cast<char*>(std::memchr(at, lineEnd, out.data() + out.size() - at))) != nullptr) {
+                    *at = ' ';
+                }
             }
         } else {
             AppendHex(data, length, '\'', out);
