@@ -3,6 +3,7 @@
 #define ARA_LOG_COMMON_H
 
 #include <cstdint>
+#include <string_view>
 
 namespace ara::log {
 
@@ -17,7 +18,7 @@ enum class LogLevel : std::uint8_t {
 };
 
 // The name of each level, indexed by its value.
-inline constexpr const char* kLogLevelNames[] = {"off", "fatal", "error", "warn", "info", "debug", "verbose"};
+inline constexpr std::string_view kLogLevelNames[] = {"off", "fatal", "error", "warn", "info", "debug", "verbose"};
 
 enum class LogMode : std::uint8_t {
     kRemote = 0x01,

@@ -9,7 +9,7 @@
 namespace zel::clt {
 namespace {
 
-const char* LevelName(const ara::log::ExtendedHeader& header) {
+std::string_view LevelName(const ara::log::ExtendedHeader& header) {
     using ara::log::MessageType;
     switch (header.GetMessageType()) {
         case MessageType::kLog:
