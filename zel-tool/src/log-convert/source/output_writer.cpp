@@ -54,8 +54,7 @@ void OutputWriter::Run() {
             return;
         }
         lock.unlock();
-        std::cout.write(inFlight_.Data(), static_cast<std::streamsize>(inFlight_.Size()));
-        std::cout.flush();
+        std::cout.write(inFlight_.Data(), static_cast<std::streamsize>(inFlight_.Size()));  // Drain flushes
         lock.lock();
         busy_ = false;
         if (producerWaiting_) {  // a wake-up costs a system call: only when it is waited for
