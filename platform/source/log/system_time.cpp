@@ -49,7 +49,8 @@ char* SystemTime::WriteSystemTime(const timespec& time, char* out) {
         cachedLength = n > 0 ? static_cast<std::size_t>(n) : 0;
         cachedSecond = time.tv_sec;
     }
-    std::memcpy(out, cachedText, cachedLength);
+    std::memcpy(out, cachedText, sizeof(cachedText));  // a fixed size copies inline; out has the room
+    static_assert(sizeof(cachedText) + 7 <= kMaxTextSize, "the text and the microseconds fit");
     return WriteMicros(micros, out + cachedLength);
 }
 
