@@ -5,7 +5,7 @@
 // tailNum records and then prints records as they are appended, polling the size once a
 // second. The file is read in 2048-byte blocks in both directions; only an incomplete record
 // (or, backwards, the unparsed front of the span, at most one block) is carried between blocks.
-// Record lines are gathered and handed in pieces of about 512 KB to a writer thread, so that
+// Record lines are gathered and handed in large pieces (kOutputChunk) to a writer thread, so that
 // writing overlaps decoding; they are all written before a message line, at the end of every
 // pass (so before every wait) and before returning. Every other message is flushed at once.
 //
@@ -94,7 +94,7 @@ private:
     std::mutex stopMutex_;                    // pairs with stopped_, so that a Stop is never missed
     std::condition_variable stopped_;
     ara::log::LogStorageMsg msg_;  // reused for every record
-    LineBuffer pending_;           // record lines not yet handed to writer_, about 512 KB at most
+    LineBuffer pending_;           // record lines not yet handed to writer_, about kOutputChunk at most
     OutputWriter writer_;
 };
 
