@@ -8,20 +8,14 @@
 #ifndef ZEL_CLT_OUTPUT_WRITER_H
 #define ZEL_CLT_OUTPUT_WRITER_H
 
-#include <condition_variable>
-#include <mutex>
-#include <thread>
-
 #include "line_buffer.h"
+#include "worker.h"
 
 namespace zel::clt {
 
 class OutputWriter {
 public:
-    OutputWriter() = default;
-    ~OutputWriter();
-    OutputWriter(const OutputWriter&) = delete;
-    OutputWriter& operator=(const OutputWriter&) = delete;
+    OutputWriter();
 
     // Takes the lines for writing and leaves lines empty; waits only while an earlier piece is
     // still being written.
@@ -29,17 +23,8 @@ public:
     void Drain();
 
 private:
-    void Run();
-    void WaitUntilIdle(std::unique_lock<std::mutex>& lock);
-
-    std::thread thread_;
-    std::mutex mutex_;
-    std::condition_variable wake_;  // the writer: a piece, or the end
-    std::condition_variable idle_;  // the producer: the piece is written
-    LineBuffer inFlight_;           // the piece being written, while busy_
-    bool busy_ = false;
-    bool quit_ = false;
-    bool producerWaiting_ = false;
+    LineBuffer inFlight_;  // the piece being written
+    Worker worker_;        // last: it ends before the piece it writes
 };
 
 }  // namespace zel::clt
