@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Installs what is needed, builds the tool and its tests, and runs the whole suite; fuzzes each
 # fuzz target briefly; then runs the whole suite again built with AddressSanitizer and
-# UndefinedBehaviorSanitizer, on that build's own installed tree, and the unit tests of the exit
-# thread and of stopping a follow built with ThreadSanitizer. Each build keeps its platform root
-# (configuration, control socket) inside its build tree.
+# UndefinedBehaviorSanitizer, on that build's own installed tree, and the conversion unit tests
+# (reader and writer threads, exit thread, stopping a follow) built with ThreadSanitizer. Each
+# build keeps its platform root (configuration, control socket) inside its build tree.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install-deps.sh test
@@ -42,4 +42,4 @@ sanitized_ctest build-asan
 cmake -S . -B build-tsan -DBUILD_TESTING=ON -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-fsanitize=thread \
     -DZEL_PLATFORM_ROOT="$PWD/build-tsan/root"
 cmake --build build-tsan -j"$jobs" --target unit_tests
-sanitized_ctest build-tsan -R 'ConvertTest.Plugin'
+sanitized_ctest build-tsan -R 'ConvertTest'

@@ -5,6 +5,7 @@
 // tailNum records and then prints records as they are appended, polling the size once a
 // second. The file is read in 2048-byte blocks in both directions; only an incomplete record
 // (or, backwards, the unparsed front of the span, at most one block) is carried between blocks.
+// Forward blocks come out of larger pieces that a reader thread reads ahead (FileReader).
 // Record lines are gathered and handed in large pieces (kOutputChunk) to a writer thread, so that
 // writing overlaps decoding; they are all written before a message line, at the end of every
 // pass (so before every wait) and before returning. Every other message is flushed at once.
@@ -19,13 +20,14 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <fstream>
+#include <ios>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "ara/log/log_storage_msg.h"
 #include "convert_command.h"
+#include "file_reader.h"
 #include "line_buffer.h"
 #include "output_writer.h"
 
@@ -46,8 +48,7 @@ public:
 private:
     using Bytes = std::vector<uint8_t>;
 
-    // The read position, kept here so that a block costs no extra system call; -1 once the
-    // stream has failed.
+    // The read position; -1 once a read has failed.
     std::streamoff Tell() const;
     void Seek(std::streamoff pos);
     bool CheckFileName();
@@ -81,9 +82,9 @@ private:
     std::string realPathFileName_;
     Bytes readDataBuf_;
     Bytes leftDataBuf_;
-    std::vector<char> streamBuffer_;  // the file stream's own buffer; declared first, outlives it
-    std::ifstream logFileStream_;
+    FileReader reader_;
     std::streamoff position_ = 0;
+    bool readFailed_ = false;
     ConvertCommand cmd_;
     uint64_t discardSize_ = 0;
 

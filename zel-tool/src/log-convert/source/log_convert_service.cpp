@@ -9,6 +9,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 #include <utility>
 
@@ -18,7 +19,6 @@ namespace zel::clt {
 namespace {
 
 constexpr std::size_t kBlockSize = 2048;
-constexpr std::size_t kStreamBufferSize = 64 * 1024;
 // Record lines go to the writer thread in pieces of about this size. Waking the thread costs
 // tens of microseconds on a virtual machine: 64 KB pieces made the tool slower than writing
 // itself, 512 KB ones leave that cost at a few per cent.
@@ -104,14 +104,7 @@ bool LogConvertService::CheckFileName() {
 
 bool LogConvertService::OpenLogFile() {
     // Only regular files: a directory or a device named *.log opens but cannot be read as a log.
-    struct stat st {};
-    if (stat(realPathFileName_.c_str(), &st) == 0 && S_ISREG(st.st_mode)) {
-        // the stream fetches from the system in larger pieces; the blocks stay 2048 bytes
-        streamBuffer_.resize(kStreamBufferSize);
-        logFileStream_.rdbuf()->pubsetbuf(streamBuffer_.data(), static_cast<std::streamsize>(streamBuffer_.size()));
-        logFileStream_.open(realPathFileName_, std::ios::binary);
-    }
-    if (!logFileStream_.is_open()) {
+    if (!reader_.Open(realPathFileName_)) {
         std::cout << "File " << realPathFileName_ << " cannot be opened!" << std::endl;
         return false;
     }
@@ -127,26 +120,16 @@ bool LogConvertService::OpenLogFile() {
 }
 
 bool LogConvertService::CalculateFileSize() {
-    const std::streamoff current = Tell();
-    if (current >= 0) {
-        logFileStream_.seekg(0, std::ios::end);
-        const std::streamoff size = logFileStream_.tellg();
-        if (size >= 0) {
-            fileSize_ = static_cast<uint64_t>(size);
-            Seek(current);
-            return true;
-        }
+    if (Tell() >= 0 && reader_.Size(fileSize_)) {
+        return true;
     }
     Message() << "File stream is abnormal" << std::endl;
     return false;
 }
 
-std::streamoff LogConvertService::Tell() const { return logFileStream_.fail() ? -1 : position_; }
+std::streamoff LogConvertService::Tell() const { return readFailed_ ? -1 : position_; }
 
-void LogConvertService::Seek(std::streamoff pos) {
-    logFileStream_.seekg(pos);
-    position_ = pos;
-}
+void LogConvertService::Seek(std::streamoff pos) { position_ = pos; }
 
 bool LogConvertService::CheckedPosition(std::streamoff& pos) {
     pos = Tell();
@@ -158,12 +141,12 @@ bool LogConvertService::CheckedPosition(std::streamoff& pos) {
 }
 
 bool LogConvertService::ReadBlock(uint8_t* into, uint64_t length) {
-    logFileStream_.read(reinterpret_cast<char*>(into), static_cast<std::streamsize>(length));
-    position_ += static_cast<std::streamoff>(length);
-    if (logFileStream_.fail() || logFileStream_.bad()) {
+    if (!reader_.Read(static_cast<uint64_t>(position_), into, length)) {
+        readFailed_ = true;  // there is no read position any more
         Message() << "File stream read failed " << std::endl;
         return false;
     }
+    position_ += static_cast<std::streamoff>(length);
     return true;
 }
 
