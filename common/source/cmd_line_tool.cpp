@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstring>
 #include <iostream>
+#include <system_error>
 
 #include "clt_executor.h"
 #include "clt_logger.h"
@@ -102,9 +103,15 @@ void CmdLineTool::SetSignal(int32_t sig, SigFunc func) {
 }
 
 void CmdLineTool::CatchSignal() {
+    try {
+        exitThread_ = std::thread(&CmdLineTool::StopTaskThread, this);
+    } catch (const std::system_error&) {
+        // nobody would act on the flag: the signals keep ending the process at once
+        CLT_LOG_ERROR << "Start exit thread failed, SIGINT and SIGTERM are not caught";
+        return;
+    }
     SetSignal(SIGINT, SignalProc);
     SetSignal(SIGTERM, SignalProc);
-    exitThread_ = std::thread(&CmdLineTool::StopTaskThread, this);
 }
 
 void CmdLineTool::StopTaskThread() {

@@ -57,14 +57,17 @@ def test_compressed_file_is_not_followed(tmp_path):
     assert run('log-convert', 'continue', str(tmp_path / 'z.log.gz'), timeout=5) == (0, '')
 
 @pytest.mark.skipif(os.geteuid() != 0 or not shutil.which('setpriv'), reason='needs root and setpriv')
-def test_unreadable_file():
+@pytest.mark.parametrize('mode, limit', [(0o600, []), (0o644, ['prlimit', '--nproc=1'])])  # out of threads
+def test_as_another_user(mode, limit):
+    env = {**ENV, 'ASAN_OPTIONS': ENV.get('ASAN_OPTIONS', '') + ':detect_leaks=0'}  # the leak check needs a thread
     with tempfile.TemporaryDirectory() as tmp:  # a directory that the other user may enter
         os.chmod(tmp, 0o755)
         log = shutil.copy(SAMPLE, tmp + '/secret.log')
-        os.chmod(log, 0o600)
-        out = subprocess.run(['setpriv', '--reuid=nobody', '--regid=nogroup', '--clear-groups', BIN + 'zel-tool',
-                              'log-convert', log], capture_output=True, text=True).stdout
-    assert out == f'File {log} cannot be accessed!\n' + expand([LV])
+        os.chmod(log, mode)
+        out = subprocess.run(['setpriv', '--reuid=nobody', '--regid=nogroup', '--clear-groups', *limit,
+                              BIN + 'zel-tool', 'log-convert', log], env=env, capture_output=True).stdout
+        expected = run('log-convert', log)[1] if limit else f'File {log} cannot be accessed!\n' + expand([LV])
+    assert out.decode('latin-1') == expected
 
 # index, storage time, data time, counter, ECU, application, context, in version 2 file, line and
 # tags, message type, level or subtype, mode, argument count, payload

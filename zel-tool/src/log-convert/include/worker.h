@@ -1,6 +1,7 @@
 // Worker: runs one job, fixed when it is made, on a thread of its own, one run at a time. The
-// thread starts with the first run. Start and Wait are called from one thread, the owner; the
-// job may touch what the owner leaves alone between Start and the next Wait.
+// thread starts with the first run; where none can be started (the process is out of threads),
+// Start runs the job itself. Start and Wait are called from one thread, the owner; the job may
+// touch what the owner leaves alone between Start and the next Wait.
 #ifndef ZEL_CLT_WORKER_H
 #define ZEL_CLT_WORKER_H
 
@@ -25,6 +26,7 @@ public:
     void Wait();
 
 private:
+    bool StartThread();
     void Run();
     void WaitUntilIdle(std::unique_lock<std::mutex>& lock);
 

@@ -1,5 +1,7 @@
 #include "worker.h"
 
+#include <system_error>
+
 namespace zel::clt {
 
 Worker::~Worker() {
@@ -19,10 +21,22 @@ void Worker::Start() {
         WaitUntilIdle(lock);
         busy_ = true;
     }
-    if (!thread_.joinable()) {
-        thread_ = std::thread(&Worker::Run, this);
+    if (!thread_.joinable() && !StartThread()) {
+        job_();  // no thread to be had: the owner runs the job itself
+        std::lock_guard<std::mutex> lock(mutex_);
+        busy_ = false;
+        return;
     }
     wake_.notify_one();
+}
+
+bool Worker::StartThread() {
+    try {
+        thread_ = std::thread(&Worker::Run, this);
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
 }
 
 void Worker::Wait() {
