@@ -4,7 +4,7 @@
 // Any other read goes straight to the file. Size drops what was read ahead: what follows it
 // comes from the file as it is then.
 //
-// One thread calls it; the thread reading ahead starts with the first piece.
+// One thread calls it; the thread reading ahead starts with the first whole piece.
 #ifndef ZEL_CLT_FILE_READER_H
 #define ZEL_CLT_FILE_READER_H
 

@@ -28,7 +28,8 @@ FileReader::~FileReader() {
 }
 
 bool FileReader::Open(const std::string& path) {
-    // a FIFO named like a log must not hold the open up; a regular file reads the same without delay
+    // without O_NONBLOCK, opening a FIFO named like a log would wait for a writer; regular files
+    // read the same either way
     fd_ = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     struct stat st {};
     if (fd_ < 0 || fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode)) {
