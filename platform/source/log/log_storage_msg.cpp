@@ -51,9 +51,8 @@ void AssignText(Id& id, const std::uint8_t* p, std::size_t length) {
     id.length = static_cast<std::uint8_t>(length);
 }
 
-bool IsMark(const std::uint8_t* p) {
-    return p[0] == 'D' && p[1] == 'L' && p[2] == 'T' && (p[3] == 0x01 || p[3] == 0x02);
-}
+// A mark at p, whose four bytes are there.
+bool IsMark(const std::uint8_t* p) { return LogStorageMsg::StartsWithMark(p, kMarkSize); }
 
 // Walks the header fields of a version 2 message, never past its end.
 class Cursor {

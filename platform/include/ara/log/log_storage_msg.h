@@ -69,6 +69,11 @@ public:
     std::pair<timespec, timespec> GetPlatformTime() const { return {dataTime_, storageTime_}; }
     const LogLTMessage& GetLogMsg() const { return message_; }
 
+    // True when at least 4 bytes are there and the first 4 are a storage mark: "DLT" and the
+    // version byte 1 or 2.
+    static bool StartsWithMark(const std::uint8_t* data, std::size_t size) {
+        return size >= 4 && data[0] == 'D' && data[1] == 'L' && data[2] == 'T' && (data[3] == 0x01 || data[3] == 0x02);
+    }
     // True when data may open a record: a storage mark (or the start of one, cut by the end of
     // the bytes) whose headers are valid or not all there yet. A mark with invalid headers
     // cannot open a record, however many bytes follow.
@@ -80,8 +85,7 @@ public:
 private:
     // Where a complete valid record starts inside [from, end); 0 when one starts there but is
     // not complete yet; end when there is none.
-    static std::size_t FindInnerRecord(const std::uint8_t* data, std::size_t from, std::size_t end,
-                                       std::size_t size);
+    static std::size_t FindInnerRecord(const std::uint8_t* data, std::size_t from, std::size_t end, std::size_t size);
     void Assign(const std::uint8_t* data, const Layout& record);
 
     std::uint64_t length_ = 0;

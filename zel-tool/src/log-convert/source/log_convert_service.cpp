@@ -34,11 +34,7 @@ constexpr auto kPollInterval = std::chrono::seconds(1);
 constexpr uint8_t kGzipHeader[] = {0x1F, 0x8B, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x03};
 
 bool CompareLogStorageMark(const std::vector<uint8_t>& buffer, uint64_t pos) {
-    if (pos + kMarkSize > buffer.size()) {
-        return false;
-    }
-    return buffer[pos] == 'D' && buffer[pos + 1] == 'L' && buffer[pos + 2] == 'T' &&
-           (buffer[pos + 3] == 0x01 || buffer[pos + 3] == 0x02);
+    return pos <= buffer.size() && ara::log::LogStorageMsg::StartsWithMark(buffer.data() + pos, buffer.size() - pos);
 }
 
 bool IsGzipFile(const std::string& path) {

@@ -22,9 +22,16 @@ void Worker::Start() {
         busy_ = true;
     }
     if (!thread_.joinable() && !StartThread()) {
-        job_();  // no thread to be had: the owner runs the job itself
-        std::lock_guard<std::mutex> lock(mutex_);
-        busy_ = false;
+        // no thread to be had: the owner runs the job itself, and the run is over however the
+        // job ends
+        struct EndOfRun {
+            Worker& worker;
+            ~EndOfRun() {
+                std::lock_guard<std::mutex> lock(worker.mutex_);
+                worker.busy_ = false;
+            }
+        } endOfRun{*this};
+        job_();
         return;
     }
     wake_.notify_one();
