@@ -1,54 +1,43 @@
-// FileReader: reads a regular file by position. A read that goes on where the one before ended
-// is served from a piece of the file read whole; while the caller works through it, a thread of
-// its own reads the next piece, so that the system's copy of the file runs beside the decoding.
-// Any other read goes straight to the file. Size drops what was read ahead: what follows it
-// comes from the file as it is then.
+// FileReader: reads a regular file and owns the read position. Read goes on from the position
+// and moves it; a read that cannot deliver every byte asked for (the file ends, or the system
+// reports a failure) leaves the reader failed: it has no position any more and Size fails.
+// ReadAt reads by position and touches neither.
 //
-// One thread calls it; the thread reading ahead starts with the first whole piece.
+// One thread calls Read, Seek and Size; ReadAt may be called from any thread at any time.
 #ifndef ZEL_CLT_FILE_READER_H
 #define ZEL_CLT_FILE_READER_H
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
-
-#include "worker.h"
 
 namespace zel::clt {
 
 class FileReader {
 public:
-    FileReader();
-    ~FileReader();
+    FileReader() = default;
+    virtual ~FileReader();
     FileReader(const FileReader&) = delete;
     FileReader& operator=(const FileReader&) = delete;
 
     // False unless path names a regular file that can be read.
     bool Open(const std::string& path);
-    bool Size(uint64_t& size);
-    // Copies the length bytes at pos into into; false when the file does not hold them all or
-    // cannot be read.
-    bool Read(uint64_t pos, uint8_t* into, std::size_t length);
+    // False once a read has failed, or when the size cannot be told.
+    bool Size(uint64_t& size) const;
+    uint64_t Position() const { return position_; }
+    void Seek(uint64_t pos) { position_ = pos; }
+    bool Failed() const { return failed_; }
+    // Copies up to length bytes from the position and moves past them; returns how many: fewer
+    // than length leaves the reader failed.
+    std::size_t Read(uint8_t* into, std::size_t length);
+    // Copies up to length bytes from pos; returns how many: fewer when the file ends or a read
+    // fails before length.
+    virtual std::size_t ReadAt(uint64_t pos, uint8_t* into, std::size_t length) const;
 
 private:
-    struct Piece {
-        std::unique_ptr<uint8_t[]> data;
-        uint64_t start = 0;
-        std::size_t size = 0;
-        bool Holds(uint64_t pos, std::size_t length) const {
-            return pos >= start && pos - start <= size && size - (pos - start) >= length;
-        }
-    };
-    // What the file holds of [pos, pos + length), or -1 when it cannot be read.
-    int64_t ReadAt(uint64_t pos, uint8_t* into, std::size_t length) const;
-    void Fill(Piece& piece, uint64_t pos) const;
-
     int fd_ = -1;
-    uint64_t next_ = 0;  // where a read that goes on from the one before starts
-    Piece current_;      // the piece reads are served from
-    Piece ahead_;        // the next one, read by worker_ between its Start and Wait
-    Worker worker_;      // last: it ends before the piece it reads into
+    uint64_t position_ = 0;
+    bool failed_ = false;
 };
 
 }  // namespace zel::clt

@@ -9,17 +9,18 @@
 #define ZEL_CLT_OUTPUT_WRITER_H
 
 #include "line_buffer.h"
+#include "text_output.h"
 #include "worker.h"
 
 namespace zel::clt {
 
-class OutputWriter {
+class OutputWriter : public TextOutput {
 public:
     OutputWriter();
 
     // Takes the lines for writing and leaves lines empty; waits only while an earlier piece is
     // still being written.
-    void Post(LineBuffer& lines);
+    bool Post(LineBuffer& lines) override;
     void Drain();
 
 private:

@@ -13,18 +13,10 @@
 #include <iostream>
 #include <utility>
 
-#include "record_line.h"
-
 namespace zel::clt {
 namespace {
 
-constexpr std::size_t kBlockSize = 2048;
-// Record lines go to the writer thread in pieces of about this size. Waking the thread costs
-// tens of microseconds on a virtual machine: 64 KB pieces made the tool slower than writing
-// itself, 512 KB ones leave that cost at a few per cent.
-constexpr std::size_t kOutputChunk = 512 * 1024;
 constexpr int kPipeSize = 1024 * 1024;
-constexpr std::size_t kMarkSize = 4;
 constexpr char kLogSuffix[] = ".log";
 constexpr char kGzipSuffix[] = ".log.gz";
 constexpr auto kPollInterval = std::chrono::seconds(1);
@@ -61,7 +53,8 @@ void WidenOutputPipe() {
 
 }  // namespace
 
-LogConvertService::LogConvertService(ConvertCommand cmd) : cmd_(std::move(cmd)), following_(cmd_.isContinue) {}
+LogConvertService::LogConvertService(ConvertCommand cmd)
+    : cmd_(std::move(cmd)), text_(cmd_.isDatatime, cmd_.isManatime), decoder_(text_), following_(cmd_.isContinue) {}
 
 void LogConvertService::Stop() {
     {
@@ -108,122 +101,56 @@ bool LogConvertService::OpenLogFile() {
         isGzip_ = true;
         cmd_.isContinue = false;  // a compressed file is never followed
         following_ = false;
-        Seek(sizeof(kGzipHeader));
-        return true;
+        reader_.Seek(sizeof(kGzipHeader));
     }
-    Seek(0);
     return true;
 }
 
 bool LogConvertService::CalculateFileSize() {
-    if (Tell() >= 0 && reader_.Size(fileSize_)) {
+    if (reader_.Size(fileSize_)) {
         return true;
     }
     Message() << "File stream is abnormal" << std::endl;
     return false;
 }
 
-std::streamoff LogConvertService::Tell() const { return readFailed_ ? -1 : position_; }
-
-void LogConvertService::Seek(std::streamoff pos) { position_ = pos; }
-
-bool LogConvertService::CheckedPosition(std::streamoff& pos) {
-    pos = Tell();
-    if (pos < 0) {
-        Message() << "File stream is abnormal" << std::endl;
+bool LogConvertService::ReverseReadLogFile(Bytes& span, const Bytes& front) {
+    const uint64_t pos = reader_.Position();
+    if (pos == 0) {
         return false;
     }
-    return true;
-}
-
-bool LogConvertService::ReadBlock(uint8_t* into, uint64_t length) {
-    if (!reader_.Read(static_cast<uint64_t>(position_), into, length)) {
-        readFailed_ = true;  // there is no read position any more
+    const auto length = static_cast<std::size_t>(std::min<uint64_t>(kBlockSize, pos));
+    const uint64_t blockStart = pos - length;
+    span.resize(length);
+    reader_.Seek(blockStart);
+    if (reader_.Read(span.data(), length) < length) {
         Message() << "File stream read failed " << std::endl;
         return false;
     }
-    position_ += static_cast<std::streamoff>(length);
+    reader_.Seek(blockStart);
+    span.insert(span.end(), front.begin(), front.end());
     return true;
-}
-
-bool LogConvertService::ReadLogFile() {
-    std::streamoff pos = 0;
-    if (!CheckedPosition(pos)) {
-        return false;
-    }
-    readDataBuf_.swap(leftDataBuf_);
-    leftDataBuf_.clear();
-    // a file that shrank below the read position is read past its end, which fails
-    const auto at = static_cast<uint64_t>(pos);
-    const uint64_t length = at > fileSize_ ? kBlockSize : std::min<uint64_t>(kBlockSize, fileSize_ - at);
-    const std::size_t start = readDataBuf_.size();
-    readDataBuf_.resize(start + length);
-    if (!ReadBlock(readDataBuf_.data() + start, length) || isGzip_) {
-        readDataBuf_.resize(start);
-        return false;
-    }
-    return true;
-}
-
-bool LogConvertService::ReverseReadLogFile() {
-    std::streamoff pos = 0;
-    if (!CheckedPosition(pos) || pos == 0) {
-        return false;
-    }
-    const auto length = std::min<uint64_t>(kBlockSize, static_cast<uint64_t>(pos));
-    const std::streamoff blockStart = pos - static_cast<std::streamoff>(length);
-    Bytes block(length, 0);
-    Seek(blockStart);
-    if (!ReadBlock(block.data(), length)) {
-        return false;
-    }
-    Seek(blockStart);
-    block.insert(block.end(), leftDataBuf_.begin(), leftDataBuf_.end());
-    readDataBuf_.swap(block);
-    return true;
-}
-
-uint64_t LogConvertService::DiscardLeftData() {
-    if (leftDataBuf_.size() < kMarkSize) {
-        return 0;
-    }
-    // Drops what lies before the first mark that can still open a record: a mark whose headers
-    // are known to be invalid is garbage, so at most one record is ever carried. The block may
-    // end inside the mark of the next record, so a tail that begins like a mark is kept too.
-    const uint8_t* data = leftDataBuf_.data();
-    const std::size_t size = leftDataBuf_.size();
-    std::size_t first = 0;
-    while (first < size) {
-        const void* d = std::memchr(data + first, 'D', size - first);
-        first = d == nullptr ? size : static_cast<std::size_t>(static_cast<const uint8_t*>(d) - data);
-        if (first == size || ara::log::LogStorageMsg::CanOpenRecord(data + first, size - first)) {
-            break;
-        }
-        ++first;
-    }
-    leftDataBuf_.erase(leftDataBuf_.begin(), leftDataBuf_.begin() + static_cast<std::ptrdiff_t>(first));
-    return first;
 }
 
 void LogConvertService::SetLogStartPos() {
-    Seek(static_cast<std::streamoff>(fileSize_));
-    while (cmd_.tailNum > 0 && ReverseReadLogFile()) {
-        ReverseParseLogFile();
+    reader_.Seek(fileSize_);
+    Bytes span;
+    Bytes front;  // the bytes in front of the earliest mark tried, up to one block
+    while (cmd_.tailNum > 0 && ReverseReadLogFile(span, front)) {
+        ReverseParseLogFile(span, front);
     }
-    readDataBuf_.clear();
     if (cmd_.tailNum == 0) {
         // the carried front ends where the earliest record found begins
-        Seek(position_ + static_cast<std::streamoff>(leftDataBuf_.size()));
+        reader_.Seek(reader_.Position() + front.size());
     }
-    leftDataBuf_.clear();
 }
 
-void LogConvertService::ReverseParseLogFile() {
-    std::size_t end = readDataBuf_.size();
-    std::size_t candidate = readDataBuf_.size();
+void LogConvertService::ReverseParseLogFile(const Bytes& span, Bytes& front) {
+    std::size_t end = span.size();
+    std::size_t candidate = span.size();
     while (cmd_.tailNum >= 1) {
-        if (CompareLogStorageMark(readDataBuf_, candidate)) {
-            const int64_t consumed = msg_.Deserialize(readDataBuf_.data() + candidate, end - candidate);
+        if (CompareLogStorageMark(span, candidate)) {
+            const int64_t consumed = backwardRecord_.Deserialize(span.data() + candidate, end - candidate);
             // a mark moves the end even when it does not decode: a mark inside a payload cuts
             // the record around it short, and that record is not counted
             end = candidate;
@@ -237,12 +164,12 @@ void LogConvertService::ReverseParseLogFile() {
         --candidate;
     }
     const std::size_t keep = std::min(end, kBlockSize);
-    leftDataBuf_.assign(readDataBuf_.begin(), readDataBuf_.begin() + static_cast<std::ptrdiff_t>(keep));
+    front.assign(span.begin(), span.begin() + static_cast<std::ptrdiff_t>(keep));
 }
 
 void LogConvertService::FlushRecords() {
-    if (!pending_.Empty()) {
-        writer_.Post(pending_);
+    if (!text_.Lines().Empty()) {
+        writer_.Post(text_.Lines());
     }
     writer_.Drain();
 }
@@ -252,47 +179,6 @@ std::ostream& LogConvertService::Message() {
     return std::cout;
 }
 
-void LogConvertService::ReportDiscard(uint64_t bytes) {
-    Message() << "Log file cannot be parse completely. Discard " << bytes << " bytes." << std::endl;
-}
-
-void LogConvertService::PrintLog() {
-    std::size_t offset = 0;
-    while (offset < readDataBuf_.size()) {
-        const int64_t consumed = msg_.Deserialize(readDataBuf_.data() + offset, readDataBuf_.size() - offset);
-        if (consumed < 1) {
-            break;
-        }
-        // a record that ends with the bytes read so far is judged again with the bytes after it
-        if (offset + static_cast<std::size_t>(consumed) == readDataBuf_.size() &&
-            static_cast<uint64_t>(position_) < fileSize_) {
-            break;
-        }
-        offset += static_cast<std::size_t>(consumed);
-        const uint64_t total = static_cast<uint64_t>(consumed) + discardSize_;
-        discardSize_ = total - msg_.GetLength();
-        if (total != msg_.GetLength()) {
-            ReportDiscard(discardSize_);
-            discardSize_ = 0;
-        }
-        PrintMsg(msg_);
-    }
-    leftDataBuf_.assign(readDataBuf_.begin() + static_cast<std::ptrdiff_t>(offset), readDataBuf_.end());
-    discardSize_ += DiscardLeftData();
-}
-
-void LogConvertService::DrainLeftData() {
-    while (!leftDataBuf_.empty()) {
-        readDataBuf_.assign(leftDataBuf_.begin() + 1, leftDataBuf_.end());
-        ++discardSize_;
-        PrintLog();
-    }
-}
-
-void LogConvertService::PrintMsg(const ara::log::LogStorageMsg& msg) {
-    AppendRecordLine(msg, cmd_.isDatatime, cmd_.isManatime, pending_);
-}
-
 void LogConvertService::ReadAndPrintLog() {
     if (!startPositioned_) {
         startPositioned_ = true;
@@ -300,24 +186,29 @@ void LogConvertService::ReadAndPrintLog() {
             SetLogStartPos();
         }
     }
-    while (true) {
-        if (stopRequested_ && !cmd_.isContinue) {
-            passStopped_ = true;  // the rest was never read: nothing to report of it
-            return;
-        }
-        const std::streamoff pos = Tell();
-        if (pos < 0) {
-            break;
-        }
-        if (static_cast<uint64_t>(pos) == fileSize_ || !ReadLogFile()) {
-            return;
-        }
-        PrintLog();
-        if (pending_.Size() >= kOutputChunk) {
-            writer_.Post(pending_);
-        }
+    if (reader_.Failed()) {  // the backward positioning could not read the file
+        Message() << "File stream is abnormal " << std::endl;
+        return;
     }
-    Message() << "File stream is abnormal " << std::endl;
+    if (isGzip_) {  // a compressed file is read once, and not decoded
+        const uint64_t start = reader_.Position();
+        Bytes block(static_cast<std::size_t>(std::min<uint64_t>(kBlockSize, fileSize_ - start)));
+        if (start < fileSize_ && reader_.Read(block.data(), block.size()) < block.size()) {
+            Message() << "File stream read failed " << std::endl;
+        }
+        return;
+    }
+    switch (RunForwardPass(reader_, decoder_, text_, writer_, fileSize_, cmd_.isContinue ? nullptr : &stopRequested_)) {
+        case PassEnd::kDone:
+            break;
+        case PassEnd::kStopped:
+        case PassEnd::kOutputFailed:
+            passStopped_ = true;  // the rest was never read: nothing to report of it
+            break;
+        case PassEnd::kReadFailed:
+            Message() << "File stream read failed " << std::endl;
+            break;
+    }
 }
 
 int32_t LogConvertService::ConvertLogFile() {
@@ -326,13 +217,13 @@ int32_t LogConvertService::ConvertLogFile() {
     }
     WidenOutputPipe();
     ReadAndPrintLog();
-    if (!cmd_.isContinue && !passStopped_) {
-        DrainLeftData();
-    }
-    discardSize_ += leftDataBuf_.size();
-    if (discardSize_ != 0 && !passStopped_) {
-        ReportDiscard(discardSize_);
-        discardSize_ = 0;
+    if (!passStopped_) {
+        if (!cmd_.isContinue) {
+            decoder_.Drain();
+        }
+        // in follow mode the carried bytes are counted now and still carried
+        text_.Dropped(decoder_.CarriedSize());
+        text_.ReportDropped();
     }
     FlushRecords();
     if (isGzip_) {

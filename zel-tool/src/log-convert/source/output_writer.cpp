@@ -10,11 +10,12 @@ OutputWriter::OutputWriter()
           std::cout.write(inFlight_.Data(), static_cast<std::streamsize>(inFlight_.Size()));  // Drain flushes
       }) {}
 
-void OutputWriter::Post(LineBuffer& lines) {
+bool OutputWriter::Post(LineBuffer& lines) {
     worker_.Wait();
     std::swap(inFlight_, lines);
     lines.Clear();  // the piece written before, kept for its room
     worker_.Start();
+    return true;
 }
 
 void OutputWriter::Drain() {
