@@ -6,14 +6,18 @@ nothing here passes or fails.
 
 1. Converts an N-record version 1 file with both tools to /dev/null, to a file and through a
    pipe (`| cat > /dev/null`), in interleaved runs: median wall time, MB/s, peak RSS, the ratio
-   to dlt-convert and to zel-tool's own /dev/null time.
-2. Garbage: GB of zero bytes (a sparse file) with a recorded daemon session behind it.
+   to dlt-convert and to zel-tool's own /dev/null time. zel-tool runs on every processor the
+   benchmark may use ("all") and, through `taskset`, on one ("one"); the scaling is one / all.
+2. Garbage: GB of zero bytes (a sparse file) with a recorded daemon session behind it, on all
+   processors and on one.
 3. `continue 10` on the record file and on the garbage file: time until the 10 lines are out.
 4. `zel-tool -v`: median time from start to exit (a Python spawn included).
 Peak RSS comes from /usr/bin/time (Debian `time`) and covers every process of a case; wall
 times include starting it and `sh` (a millisecond or two, the same for both tools).
 """
 import argparse, os, signal, statistics, subprocess, tempfile, time
+
+ONE = f"taskset -c {min(os.sched_getaffinity(0))}"
 
 SINKS = {"/dev/null": "> /dev/null", "file": "> {out}", "pipe": "| cat > /dev/null"}
 
@@ -63,18 +67,23 @@ def main():
         f.write(open(a.sample, "rb").read())
     mb = os.path.getsize(log) / 1e6
     print(f"{a.records} records, {mb:.0f} MB; {a.runs} interleaved runs; median s, MB/s, peak RSS MB")
+    print(f"processors: {len(os.sched_getaffinity(0))} (all), 1 (one: {ONE})")
     own = None
     for sink, redirect in SINKS.items():
         redirect = redirect.format(out=out)
-        r = compare({"zel": f"{a.tool} log-convert {log} {redirect}", "peer": f"dlt-convert -a {log} {redirect}"},
-                    a.runs, a.work)
-        own = own or r["zel"][0]
+        r = compare({"all": f"{a.tool} log-convert {log} {redirect}",
+                     "one": f"{ONE} {a.tool} log-convert {log} {redirect}",
+                     "peer": f"dlt-convert -a {log} {redirect}"}, a.runs, a.work)
+        own = own or r["all"][0]
         for name, (seconds, rss) in r.items():
             print(f"  {name:4} > {sink:9} {seconds:7.3f} s {mb / seconds:7.1f} MB/s {rss:6.1f} MB")
-        print(f"  ratio to dlt-convert {r['peer'][0] / r['zel'][0]:.1f} x; to zel /dev/null {r['zel'][0] / own:.2f} x")
-    seconds, rss = compare({"zel": f"{a.tool} log-convert {garbage} > /dev/null"}, a.runs, a.work)["zel"]
-    print(f"garbage: {a.zeros} GB of zeros and a session: {seconds:.3f} s, {a.zeros * 1.073741824 / seconds:.2f} GB/s, "
-          f"{rss:.1f} MB")
+        print(f"  ratio to dlt-convert: all {r['peer'][0] / r['all'][0]:.1f} x, one {r['peer'][0] / r['one'][0]:.1f} x;"
+              f" scaling one / all {r['one'][0] / r['all'][0]:.2f} x; all to own /dev/null {r['all'][0] / own:.2f} x")
+    r = compare({"all": f"{a.tool} log-convert {garbage} > /dev/null",
+                 "one": f"{ONE} {a.tool} log-convert {garbage} > /dev/null"}, a.runs, a.work)
+    for name, (seconds, rss) in r.items():
+        print(f"garbage ({name}): {a.zeros} GB of zeros and a session: {seconds:.3f} s, "
+              f"{a.zeros * 1.073741824 / seconds:.2f} GB/s, {rss:.1f} MB")
     for name in (log, garbage):
         ms = statistics.median(until_tail_is_out(a.tool, name) for _ in range(a.runs))
         print(f"continue 10 on {os.path.getsize(name) / 1e6:.0f} MB: last 10 records out after {ms:.1f} ms")

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <ctime>
 #include <future>
+#include <optional>
 #include <random>
 #include <thread>
 
@@ -65,13 +66,19 @@ std::string Discard(std::size_t bytes) {
 struct ConvertTest : testing::Test {
     static void SetUpTestSuite() { setenv("TZ", "UTC", 1), tzset(); }
     // Converts the file; in follow mode it goes back tail records and stops at the first check
-    // of the follow flag.
+    // of the follow flag. The first pass gives the same output on one thread and cut into spans
+    // of one or two blocks on more (the short text limit ends spans early).
     static std::pair<int32_t, std::string> Convert(const std::string& path, bool follow = false, int32_t tail = 10) {
-        LogConvertService service(ConvertCommand{follow, true, true, tail, path});
-        if (follow) service.Stop();
-        test::CoutCapture out;
-        const int32_t result = service.ConvertLogFile();
-        return {result, out.Text()};
+        std::optional<std::pair<int32_t, std::string>> first;
+        for (const PassShape& shape : {PassShape{}, PassShape{2, 2048, 1 << 20}, PassShape{3, 4096, 100}}) {
+            LogConvertService service(ConvertCommand{follow, true, true, tail, path}, shape);
+            if (follow) service.Stop();
+            test::CoutCapture out;
+            const std::pair<int32_t, std::string> result{service.ConvertLogFile(), out.Text()};
+            if (!first) first = result;
+            EXPECT_EQ(result, *first) << shape.workers << " threads";
+        }
+        return *first;
     }
     std::string Bytes(const std::string& bytes) { return Convert(dir.Write("x.log", bytes)).second; }
     test::TempDir dir;

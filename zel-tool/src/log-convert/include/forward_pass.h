@@ -3,8 +3,9 @@
 // kOutputChunk, in file order. The decoder and the text hold the state between passes; the
 // reader ends at the end of the pass, or failed.
 //
-// Stop, when given, ends the pass soon after it is set from another thread (after the piece
-// being decoded).
+// A long pass may be cut into spans that several threads decode at once (parallel_pass.h); its
+// shape says how. Whatever the shape, the text is the same byte for byte. Stop, when given, ends
+// the pass soon after it is set from another thread (after the piece being decoded).
 #ifndef ZEL_CLT_FORWARD_PASS_H
 #define ZEL_CLT_FORWARD_PASS_H
 
@@ -24,10 +25,21 @@ namespace zel::clt {
 // itself, 512 KB ones leave that cost at a few per cent.
 constexpr std::size_t kOutputChunk = 512 * 1024;
 
+struct PassShape {
+    unsigned workers = 1;       // threads that decode spans; with 1 the caller decodes alone
+    uint64_t spanSize = 0;      // bytes per span: whole blocks
+    std::size_t textLimit = 0;  // a span whose text grows past this ends early
+};
+
+// How a pass over bytes is cut: on one thread below a few megabytes or with one processor,
+// otherwise on as many as the process may run on (its affinity mask), at most 16, with spans
+// small enough that their buffers stay within 16 MB.
+PassShape ShapeFor(uint64_t bytes);
+
 enum class PassEnd { kDone, kStopped, kReadFailed, kOutputFailed };
 
 PassEnd RunForwardPass(FileReader& reader, BlockDecoder& decoder, ConvertText& text, TextOutput& out, uint64_t end,
-                       const std::atomic<bool>* stop);
+                       const PassShape& shape, const std::atomic<bool>* stop);
 
 }  // namespace zel::clt
 

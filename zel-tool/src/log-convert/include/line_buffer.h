@@ -34,6 +34,13 @@ public:
     std::size_t Size() const { return size_; }
     bool Empty() const { return size_ == 0; }
     void Clear() { size_ = 0; }
+    // Drops the first n characters.
+    void DropFront(std::size_t n) {
+        if (n != 0) {
+            std::memmove(data_.get(), data_.get() + n, size_ - n);
+            size_ -= n;
+        }
+    }
 
 private:
     std::unique_ptr<char[]> data_;

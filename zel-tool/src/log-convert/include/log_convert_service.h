@@ -5,7 +5,8 @@
 // tailNum records and then prints records as they are appended, polling the size once a
 // second. The file is judged in 2048-byte blocks in both directions; only an incomplete record
 // (or, backwards, the unparsed front of the span, at most one block) is carried between blocks.
-// Forward, a BlockDecoder judges the blocks and a ConvertText makes the lines (forward_pass.h).
+// Forward, a BlockDecoder judges the blocks and a ConvertText makes the lines (forward_pass.h);
+// the first pass of a long file runs on several threads (parallel_pass.h), the output the same.
 // Record lines go in large pieces (kOutputChunk) to a writer thread, so that writing overlaps
 // decoding; they are all written at the end of every pass (so before every wait), before any
 // other message and before returning.
@@ -21,6 +22,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -37,7 +39,8 @@ namespace zel::clt {
 
 class LogConvertService {
 public:
-    explicit LogConvertService(ConvertCommand cmd);
+    // firstPass: how the first forward pass is cut; by default as ShapeFor its length says.
+    explicit LogConvertService(ConvertCommand cmd, std::optional<PassShape> firstPass = std::nullopt);
     virtual ~LogConvertService() = default;
     LogConvertService(const LogConvertService&) = delete;
     LogConvertService& operator=(const LogConvertService&) = delete;
@@ -67,6 +70,7 @@ private:
     void WaitForGrowth();
 
     ConvertCommand cmd_;
+    std::optional<PassShape> firstPass_;
     bool isGzip_ = false;
     uint64_t fileSize_ = 0;
     std::string realPathFileName_;

@@ -1,24 +1,62 @@
 #include "forward_pass.h"
 
+#include <sched.h>
+
 #include <algorithm>
 #include <vector>
+
+#include "parallel_pass.h"
 
 namespace zel::clt {
 namespace {
 
+// A pass shorter than this takes a few milliseconds on one thread: starting more does not pay.
+constexpr uint64_t kParallelFrom = 4 * 1024 * 1024;
+constexpr unsigned kMostWorkers = 16;
+// Span texts, each up to twice its span, for the spans in flight and the piece being written.
+constexpr uint64_t kSpanBudget = 12 * 1024 * 1024;
+constexpr uint64_t kLargestSpan = 1024 * 1024;
+constexpr uint64_t kSmallestSpan = 64 * 1024;
 // One piece read on one thread: it stays in the processor's cache while it is decoded.
 constexpr std::size_t kReadPiece = 64 * 1024;
 
+unsigned UsableProcessors() {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    if (sched_getaffinity(0, sizeof(set), &set) != 0) {
+        return 1;
+    }
+    return static_cast<unsigned>(CPU_COUNT(&set));
+}
+
 }  // namespace
 
+PassShape ShapeFor(uint64_t bytes) {
+    const unsigned workers = std::min(UsableProcessors(), kMostWorkers);
+    if (workers < 2 || bytes < kParallelFrom) {
+        return PassShape{};
+    }
+    uint64_t span = kLargestSpan;
+    while ((workers + 2) * 2 * span > kSpanBudget && span > kSmallestSpan) {
+        span /= 2;
+    }
+    return PassShape{workers, span, static_cast<std::size_t>(2 * span)};
+}
+
 PassEnd RunForwardPass(FileReader& reader, BlockDecoder& decoder, ConvertText& text, TextOutput& out, uint64_t end,
-                       const std::atomic<bool>* stop) {
+                       const PassShape& shape, const std::atomic<bool>* stop) {
     const uint64_t start = reader.Position();
     if (end < start) {  // the file shrank below the read position: reading on fails
         std::vector<uint8_t> block(decoder.BlockSize());
         return reader.Read(block.data(), block.size()) < block.size() ? PassEnd::kReadFailed : PassEnd::kDone;
     }
     decoder.StartPass(end - start);
+    if (shape.workers > 1 && end - start > shape.spanSize) {
+        const PassEnd result = ParallelPass(reader, decoder, text, out, shape, stop).Run(end);
+        if (result != PassEnd::kDone) {
+            return result;
+        }
+    }
     const std::size_t piece = std::max<std::size_t>(1, kReadPiece / decoder.BlockSize()) * decoder.BlockSize();
     while (reader.Position() < end) {
         if (stop != nullptr && stop->load(std::memory_order_relaxed)) {

@@ -53,8 +53,12 @@ void WidenOutputPipe() {
 
 }  // namespace
 
-LogConvertService::LogConvertService(ConvertCommand cmd)
-    : cmd_(std::move(cmd)), text_(cmd_.isDatatime, cmd_.isManatime), decoder_(text_), following_(cmd_.isContinue) {}
+LogConvertService::LogConvertService(ConvertCommand cmd, std::optional<PassShape> firstPass)
+    : cmd_(std::move(cmd)),
+      firstPass_(firstPass),
+      text_(cmd_.isDatatime, cmd_.isManatime),
+      decoder_(text_),
+      following_(cmd_.isContinue) {}
 
 void LogConvertService::Stop() {
     {
@@ -180,7 +184,8 @@ std::ostream& LogConvertService::Message() {
 }
 
 void LogConvertService::ReadAndPrintLog() {
-    if (!startPositioned_) {
+    const bool firstPass = !startPositioned_;
+    if (firstPass) {
         startPositioned_ = true;
         if (cmd_.isContinue) {
             SetLogStartPos();
@@ -190,15 +195,17 @@ void LogConvertService::ReadAndPrintLog() {
         Message() << "File stream is abnormal " << std::endl;
         return;
     }
+    const uint64_t start = reader_.Position();
     if (isGzip_) {  // a compressed file is read once, and not decoded
-        const uint64_t start = reader_.Position();
         Bytes block(static_cast<std::size_t>(std::min<uint64_t>(kBlockSize, fileSize_ - start)));
         if (start < fileSize_ && reader_.Read(block.data(), block.size()) < block.size()) {
             Message() << "File stream read failed " << std::endl;
         }
         return;
     }
-    switch (RunForwardPass(reader_, decoder_, text_, writer_, fileSize_, cmd_.isContinue ? nullptr : &stopRequested_)) {
+    const PassShape shape = !firstPass ? PassShape{} : firstPass_ ? *firstPass_ : ShapeFor(fileSize_ - start);
+    switch (RunForwardPass(reader_, decoder_, text_, writer_, fileSize_, shape,
+                           cmd_.isContinue ? nullptr : &stopRequested_)) {
         case PassEnd::kDone:
             break;
         case PassEnd::kStopped:

@@ -1,0 +1,90 @@
+// ParallelPass: a forward pass (forward_pass.h) cut into spans that worker threads decode at
+// once, while the calling thread joins their text in file order.
+//
+// Spans are whole blocks of the pass. A worker starts its span in the state that a file of
+// whole records gives there: decoding resumes at the start of the record that holds the byte
+// before the span (at the span's start where no record reaches it). It decodes the span with a
+// text of its own, which holds back the count of bytes dropped in front of its first record,
+// and notes after each block how many bytes it carries, how long its text is and how many bytes
+// it dropped since its last record.
+//
+// The calling thread holds the true state: the reader's position, the decoder and the text. At
+// a block end where a span noted the same count of carried bytes (so decoding resumes at the
+// same byte) and, once the span has had a record, the same count of dropped bytes, what the span
+// decoded from there on is exactly what one decoder would have made: its text goes out, behind
+// the held count joined to the true one, and the true state moves to the span's end. Where the
+// states differ, the calling thread decodes the block itself and compares again at the next
+// block end. What a span left undecoded (its text outgrew the limit, or a read failed) the
+// calling thread decodes itself the same way; a failing read then fails the reader, as it
+// would on one thread.
+//
+// At most workers + 1 spans are decoded or waiting, each with its text (up to the text limit
+// and the lines of one more block), and each worker reads the file in pieces of 128 KB.
+#ifndef ZEL_CLT_PARALLEL_PASS_H
+#define ZEL_CLT_PARALLEL_PASS_H
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "forward_pass.h"
+
+namespace zel::clt {
+
+class ParallelPass {
+public:
+    ParallelPass(FileReader& reader, BlockDecoder& decoder, ConvertText& text, TextOutput& out, const PassShape& shape,
+                 const std::atomic<bool>* stop);
+    ~ParallelPass();
+    ParallelPass(const ParallelPass&) = delete;
+    ParallelPass& operator=(const ParallelPass&) = delete;
+
+    // Decodes from the reader's position towards end, in the pass the decoder has started.
+    // kDone may leave the reader short of end where no thread could be started; the caller
+    // then goes on alone.
+    PassEnd Run(uint64_t end);
+
+    struct Checkpoint;
+    struct Span;
+    class SpanText;
+
+private:
+    void Work();
+    void Decode(std::size_t index, Span& span, SpanText& text, BlockDecoder& decoder, std::vector<uint8_t>& look);
+    // How many bytes a decoder likely carries at the block end at; reads them into look, where
+    // they start at bytes.
+    std::size_t LikelyCarried(uint64_t at, std::vector<uint8_t>& look, const uint8_t*& bytes) const;
+    PassEnd Join();
+    PassEnd JoinSpan(Span& span);
+    bool Same(const Checkpoint& checkpoint) const;
+    PassEnd Splice(Span& span, std::size_t k);
+    // Decodes the block at the reader's position on this thread.
+    PassEnd DecodeBlock();
+    bool Stopping() const { return stop_ != nullptr && stop_->load(std::memory_order_relaxed); }
+
+    FileReader& reader_;
+    BlockDecoder& decoder_;
+    ConvertText& text_;
+    TextOutput& out_;
+    const PassShape shape_;
+    const std::atomic<bool>* const stop_;
+    uint64_t start_ = 0;
+    uint64_t end_ = 0;
+    std::size_t spanCount_ = 0;
+    std::vector<uint8_t> initial_;  // the bytes carried into the pass
+
+    std::mutex mutex_;
+    std::condition_variable spanDone_;  // the joining thread: a span is decoded
+    std::condition_variable slotFree_;  // the workers: a span was joined, its slot is free
+    std::vector<Span> slots_;           // span i is decoded into slot i % size
+    std::size_t next_ = 0;              // the next span a worker takes
+    std::size_t joined_ = 0;            // the spans joined so far
+    std::atomic<bool> quit_{false};     // the join has ended: spans in flight end at their next piece
+};
+
+}  // namespace zel::clt
+
+#endif  // ZEL_CLT_PARALLEL_PASS_H

@@ -1,0 +1,266 @@
+#include "parallel_pass.h"
+
+#include <algorithm>
+#include <cstring>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace zel::clt {
+namespace {
+
+constexpr std::size_t kReadPiece = 128 * 1024;
+// How far before a span's start the record that holds it is looked for. A longer record is
+// rare, and a wrong guess only costs the joining thread the blocks up to the record's end.
+constexpr uint64_t kLook = 4096;
+constexpr std::size_t kMarkSize = 4;
+constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+}  // namespace
+
+struct ParallelPass::Checkpoint {
+    std::size_t carried;   // bytes carried at this block end
+    std::size_t textSize;  // the length of the span's text there
+    uint64_t dropped;      // bytes dropped since the span's last record, or its start
+    bool sawRecord;
+};
+
+struct ParallelPass::Span {
+    uint64_t start = 0;
+    uint64_t end = 0;  // where its decoding ended: where it was to end, or earlier
+    // [k]: at the block end k blocks after start (the pass end at most); [0] at start itself
+    std::vector<Checkpoint> checkpoints;
+    std::vector<uint8_t> carried;  // at end
+    LineBuffer text;
+    uint64_t held = 0;     // dropped in front of its first record
+    uint64_t dropped = 0;  // dropped since its last record, or its start
+    bool sawRecord = false;
+    std::size_t decoded = kNone;  // the span whose decoding ended in this slot
+};
+
+class ParallelPass::SpanText : public ConvertText {
+public:
+    explicit SpanText(ConvertText&& text) : ConvertText(std::move(text)) {}
+    void BlockDone(std::size_t carried) override {
+        checkpoints->push_back({carried, Lines().Size(), Dropped(), SawRecord()});
+    }
+    std::vector<Checkpoint>* checkpoints = nullptr;
+};
+
+ParallelPass::ParallelPass(FileReader& reader, BlockDecoder& decoder, ConvertText& text, TextOutput& out,
+                           const PassShape& shape, const std::atomic<bool>* stop)
+    : reader_(reader), decoder_(decoder), text_(text), out_(out), shape_(shape), stop_(stop) {}
+
+ParallelPass::~ParallelPass() = default;
+
+PassEnd ParallelPass::Run(uint64_t end) {
+    start_ = reader_.Position();
+    end_ = end;
+    spanCount_ = static_cast<std::size_t>((end - start_ + shape_.spanSize - 1) / shape_.spanSize);
+    initial_.assign(decoder_.Carried(), decoder_.Carried() + decoder_.CarriedSize());
+    slots_.resize(std::min<std::size_t>(shape_.workers + 1, spanCount_));
+    std::vector<std::thread> workers;
+    for (unsigned i = 0; i < shape_.workers; ++i) {
+        try {
+            workers.emplace_back(&ParallelPass::Work, this);
+        } catch (const std::system_error&) {
+            break;  // the process is out of threads: those there are do the work
+        }
+    }
+    const PassEnd result = workers.empty() ? PassEnd::kDone : Join();
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        quit_ = true;
+    }
+    slotFree_.notify_all();
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+    return result;
+}
+
+void ParallelPass::Work() {
+    SpanText text(text_.Holding());
+    BlockDecoder decoder(text, decoder_.BlockSize());
+    std::vector<uint8_t> look;
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (!quit_ && next_ < spanCount_) {
+        const std::size_t index = next_++;
+        slotFree_.wait(lock, [&] { return quit_ || index < joined_ + slots_.size(); });
+        if (quit_) {
+            break;
+        }
+        Span& span = slots_[index % slots_.size()];
+        lock.unlock();
+        Decode(index, span, text, decoder, look);
+        lock.lock();
+        span.decoded = index;
+        spanDone_.notify_one();
+    }
+}
+
+void ParallelPass::Decode(std::size_t index, Span& span, SpanText& text, BlockDecoder& decoder,
+                          std::vector<uint8_t>& look) {
+    span.start = start_ + index * shape_.spanSize;
+    const uint64_t planned = std::min(span.start + shape_.spanSize, end_);
+    span.checkpoints.clear();
+    std::swap(span.text, text.Lines());  // the text goes into the slot's room
+    text.Restart();
+    // made once at its full size: grown step by step, every slot's text would leave the steps
+    // behind in the heap
+    text.Lines().Reserve(shape_.textLimit + kReadPiece);
+    text.checkpoints = &span.checkpoints;
+    decoder.Reset();
+    if (index == 0) {
+        decoder.Carry(initial_.data(), initial_.size());
+    } else {
+        const uint8_t* bytes = nullptr;
+        const std::size_t carried = LikelyCarried(span.start, look, bytes);
+        decoder.Carry(bytes, carried);
+    }
+    decoder.StartPass(end_ - span.start);
+    span.checkpoints.push_back({decoder.CarriedSize(), 0, 0, false});
+    const std::size_t piece = std::max<std::size_t>(1, kReadPiece / decoder.BlockSize()) * decoder.BlockSize();
+    uint64_t pos = span.start;
+    while (pos < planned && !Stopping() && !quit_ && text.Lines().Size() <= shape_.textLimit) {
+        const auto n = static_cast<std::size_t>(std::min<uint64_t>(piece, planned - pos));
+        const std::size_t got = reader_.ReadAt(pos, decoder.Room(n), n);
+        const std::size_t whole = got < n ? decoder.WholeBlocks(got) : n;
+        decoder.Add(whole);
+        pos += whole;
+        if (whole < n) {
+            break;  // the block that failed is read again by the joining thread, and fails there
+        }
+    }
+    span.end = pos;
+    span.carried.assign(decoder.Carried(), decoder.Carried() + decoder.CarriedSize());
+    std::swap(span.text, text.Lines());
+    span.held = text.Held();
+    span.dropped = text.Dropped();
+    span.sawRecord = text.SawRecord();
+}
+
+std::size_t ParallelPass::LikelyCarried(uint64_t at, std::vector<uint8_t>& look, const uint8_t*& bytes) const {
+    const uint64_t from = at - std::min(at - start_, kLook);
+    const uint64_t to = std::min<uint64_t>(at + kMarkSize - 1, end_);  // a mark just before at runs past it
+    look.resize(static_cast<std::size_t>(to - from));
+    if (reader_.ReadAt(from, look.data(), look.size()) != look.size()) {
+        return 0;  // the joining thread meets the failure
+    }
+    const uint8_t* data = look.data();
+    const auto before = static_cast<std::size_t>(at - from);
+    for (std::size_t n = before; n > 0;) {
+        const void* d = memrchr(data, 'D', n);
+        if (d == nullptr) {
+            break;
+        }
+        const auto r = static_cast<std::size_t>(static_cast<const uint8_t*>(d) - data);
+        if (ara::log::LogStorageMsg::StartsWithMark(data + r, look.size() - r) &&
+            ara::log::LogStorageMsg::CanOpenRecord(data + r, look.size() - r)) {
+            // a record that ends before at is done, and so is what lies between it and at
+            ara::log::LogStorageMsg record;
+            const int64_t consumed = record.Deserialize(data + r, before - r);
+            if (consumed > 0 && static_cast<uint64_t>(consumed) == record.GetLength() &&
+                static_cast<std::size_t>(consumed) < before - r) {
+                return 0;
+            }
+            bytes = data + r;
+            return before - r;
+        }
+        n = r;
+    }
+    return 0;
+}
+
+PassEnd ParallelPass::Join() {
+    for (std::size_t index = 0; index < spanCount_; ++index) {
+        Span& span = slots_[index % slots_.size()];
+        {
+            std::unique_lock<std::mutex> lock(mutex_);
+            spanDone_.wait(lock, [&] { return span.decoded == index; });
+        }
+        if (Stopping()) {
+            return PassEnd::kStopped;
+        }
+        const PassEnd result = JoinSpan(span);
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            joined_ = index + 1;
+        }
+        slotFree_.notify_all();
+        if (result != PassEnd::kDone) {
+            return result;
+        }
+    }
+    return PassEnd::kDone;
+}
+
+PassEnd ParallelPass::JoinSpan(Span& span) {
+    const std::size_t block = decoder_.BlockSize();
+    while (reader_.Position() < span.start) {  // what the span before left undecoded
+        const PassEnd result = DecodeBlock();
+        if (result != PassEnd::kDone) {
+            return result;
+        }
+    }
+    while (true) {
+        const auto k = static_cast<std::size_t>((reader_.Position() - span.start + block - 1) / block);
+        if (k < span.checkpoints.size() && Same(span.checkpoints[k])) {
+            return Splice(span, k);
+        }
+        if (reader_.Position() >= span.end) {
+            return PassEnd::kDone;  // no state of the span was the true one
+        }
+        const PassEnd result = DecodeBlock();
+        if (result != PassEnd::kDone) {
+            return result;
+        }
+    }
+}
+
+bool ParallelPass::Same(const Checkpoint& checkpoint) const {
+    return checkpoint.carried == decoder_.CarriedSize() &&
+           (!checkpoint.sawRecord || checkpoint.dropped == text_.Dropped());
+}
+
+PassEnd ParallelPass::Splice(Span& span, std::size_t k) {
+    const Checkpoint& at = span.checkpoints[k];
+    if (!at.sawRecord) {  // the span's count from there to its first record joins the true one
+        text_.SetDropped(text_.Dropped() + (span.sawRecord ? span.held : span.dropped) - at.dropped);
+        if (span.sawRecord) {
+            text_.ReportDropped();
+        }
+    }
+    if (span.sawRecord) {
+        text_.SetDropped(span.dropped);
+    }
+    if (!text_.Lines().Empty() && !out_.Post(text_.Lines())) {
+        return PassEnd::kOutputFailed;
+    }
+    span.text.DropFront(at.textSize);
+    if (!span.text.Empty() && !out_.Post(span.text)) {
+        return PassEnd::kOutputFailed;
+    }
+    decoder_.Reset();
+    decoder_.Carry(span.carried.data(), span.carried.size());
+    decoder_.StartPass(end_ - span.end);
+    reader_.Seek(span.end);
+    return PassEnd::kDone;
+}
+
+PassEnd ParallelPass::DecodeBlock() {
+    if (Stopping()) {
+        return PassEnd::kStopped;
+    }
+    const auto n = static_cast<std::size_t>(std::min<uint64_t>(decoder_.BlockSize(), end_ - reader_.Position()));
+    if (reader_.Read(decoder_.Room(n), n) < n) {
+        return PassEnd::kReadFailed;
+    }
+    decoder_.Add(n);
+    if (text_.Lines().Size() >= kOutputChunk && !out_.Post(text_.Lines())) {
+        return PassEnd::kOutputFailed;
+    }
+    return PassEnd::kDone;
+}
+
+}  // namespace zel::clt
