@@ -108,7 +108,8 @@ void ParallelPass::Decode(std::size_t index, Span& span, SpanText& text, BlockDe
     text.Restart();
     // made once at its full size: grown step by step, every slot's text would leave the steps
     // behind in the heap
-    text.Lines().Reserve(shape_.textLimit + kReadPiece);
+    text.Lines().Reserve(static_cast<std::size_t>(std::min<uint64_t>(shape_.textLimit, 2 * shape_.spanSize)) +
+                         kReadPiece);
     text.checkpoints = &span.checkpoints;
     decoder.Reset();
     if (index == 0) {
