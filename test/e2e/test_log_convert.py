@@ -1,6 +1,6 @@
 """log-convert run as the installed tool: follow mode, signals, shrinking and unreadable files,
 memory on garbage, and the text beside dlt-convert's and the version 2 reference recordings'."""
-import os, re, shutil, signal, struct, subprocess, tempfile, time
+import glob, itertools, os, re, shutil, signal, struct, subprocess, tempfile, time
 import pytest
 from conftest import BIN, ENV, SAMPLE, SOURCE, expand, run, sample, wait_for
 
@@ -142,19 +142,58 @@ def test_garbage_behind_a_mark_is_dropped_as_it_is_read(tmp_path, marks):
     assert peak - convert_with_peak(tmp_path, empty)[1] < 12 * 1024
     os.remove(log)
 
+def blocked_on_its_output(tool):
+    """True while a thread of tool waits to write into a full pipe."""
+    def wchan(task):
+        try:
+            return open(f'{task}/wchan').read()
+        except OSError:
+            return ''
+    return any('pipe_write' in wchan(task) for task in glob.glob(f'/proc/{tool.pid}/task/*'))
+
 @pytest.mark.parametrize('sig', [signal.SIGINT, signal.SIGTERM])
-def test_a_signal_ends_a_plain_conversion_at_a_block_boundary(tmp_path, sig):
+def test_a_signal_ends_a_conversion_whose_output_is_blocked(tmp_path, sig):
     records, lines = sample('datatime')
     (tmp_path / 'big.log').write_bytes(b''.join(records) * 17000)
     tool = subprocess.Popen([BIN + 'zel-tool', 'log-convert', 'datatime', tmp_path / 'big.log'], stdout=subprocess.PIPE)
-    out, start, signalled = b'', time.monotonic(), None
-    while tool.poll() is None and time.monotonic() - start < 30:
-        if signalled is None and time.monotonic() - start > 0.5:
-            tool.send_signal(sig)
-            signalled = time.monotonic()
-        out += tool.stdout.read(4096)  # a slow reader: the whole file takes far longer than a second
-        time.sleep(0.002)
-    out += tool.stdout.read()
-    assert tool.wait() == 0 and time.monotonic() - signalled < 2
-    os.remove(tmp_path / 'big.log')
-    assert 0 < len(out.splitlines()) < 17000 * len(records) and set(out.decode('latin-1').splitlines(True)) <= set(lines)
+    assert wait_for(lambda: blocked_on_its_output(tool), 20)  # nobody reads the pipe
+    tool.send_signal(sig)
+    assert tool.wait(10) == 0  # the records not yet written are dropped
+    out = tool.stdout.read().decode('latin-1').splitlines(True)
+    assert 0 < len(out) < 17000 * len(records) and set(out[:-1]) <= set(lines)
+
+@pytest.fixture
+def shim(tmp_path):
+    """Environment that loads read_shim.c into the tool: reads of watched fail at fail_at, and
+    count() is how many bytes of it were read."""
+    library = tmp_path / 'read_shim.so'
+    subprocess.run(['cc', '-shared', '-fPIC', '-o', library, os.path.dirname(__file__) + '/read_shim.c', '-ldl'],
+                   check=True)
+    def env(watched, fail_at=None):
+        # a sanitized tool wants its runtime loaded first; this one only passes reads on
+        return {**ENV, 'LD_PRELOAD': str(library), 'ZEL_SHIM_FILE': os.path.realpath(watched),
+                'ZEL_SHIM_COUNT': str(tmp_path / 'count'), 'ASAN_OPTIONS': 'verify_asan_link_order=0',
+                **({'ZEL_SHIM_FAIL_AT': str(fail_at)} if fail_at else {})}
+    env.count = lambda: int((tmp_path / 'count').read_text())
+    return env
+
+@pytest.mark.parametrize('words', [[], ['continue', '5']])
+def test_a_reader_that_goes_away_ends_the_tool(tmp_path, shim, words):
+    records, lines = sample()
+    (log := tmp_path / 'big.log').write_bytes(b''.join(records) * 20000)
+    tool = subprocess.Popen([BIN + 'zel-tool', 'log-convert', *words, log], stdout=subprocess.PIPE,
+                            env=shim(log))
+    assert tool.stdout.readline().decode('latin-1') == lines[-5 if words else 0]
+    tool.stdout.close()  # as head -1 does; a follow ends too, though nothing is appended
+    assert tool.wait(10) == -signal.SIGPIPE
+    assert shim.count() < log.stat().st_size / 8  # the conversion stopped early
+
+def test_a_failed_read_keeps_every_block_before_it(tmp_path, shim):
+    records, lines = sample()
+    (log := tmp_path / 'eio.log').write_bytes(b''.join(records) * 600)  # beyond the first piece read
+    block = 700_001 // 2048 * 2048  # a 2048-byte reader fails from here on
+    ends = list(itertools.accumulate(len(r) for r in records * 600))
+    printed = sum(end < block for end in ends)  # one that ends at the block is judged with what follows
+    expected = ''.join((lines * 600)[:printed]) + 'File stream read failed \n'  # the record carried is dropped
+    out = subprocess.run([BIN + 'zel-tool', 'log-convert', log], env=shim(log, 700_001), capture_output=True)
+    assert (out.returncode, out.stdout.decode('latin-1')) == (0, expected)

@@ -2,7 +2,7 @@
 the configuration lookup and refused configuration files, and the tool's own logger."""
 import json, os, re, shutil, statistics, subprocess, time
 import pytest
-from conftest import BIN, SOURCE, SYSTEM_CONF, USER_CONF, expand, run, wait_for
+from conftest import BIN, SAMPLE, SOURCE, SYSTEM_CONF, USER_CONF, expand, run, wait_for
 
 CLT, LC, LV = 'clt_plugin/clt.json', 'zel-tool/log-control.json', 'zel-tool/log-convert.json'
 VERSION, NOT, WRONG = 'command line tool version 1.0.0\n', 'Error, input cmd not support!\n', 'error, command is wrong \n'
@@ -16,6 +16,8 @@ NUM, MISSING = 'error, num can not convert to be int\n', 'error, file path: none
     ('zel-tool', ['-v'], 0, [VERSION]),
     ('zel-tool', ['-x'], 255, [NOT, CLT]),
     ('zel-tool', ['-v', '1234'], 255, [NOT, CLT]),
+    ('zel-tool', ['-v', 'x' * 65523], 255, [NOT, CLT]),  # the logger cuts what it hands to libdlt
+    ('zel-tool', ['-v'] + ['x'] * 100000, 255, [NOT, CLT]),
     ('zel-tool', ['log-control', 'help'], 0, [LC]),
     ('zel-tool', ['log-convert', 'help'], 0, [LV]),  # the built-in help, though a pattern takes it too
     ('zel-tool', ['clt', 'help'], 0, [CLT]),
@@ -121,3 +123,26 @@ def test_silent_and_quick_without_daemon():
         times.append(time.monotonic() - start)
     # neither libdlt's wait at exit nor the exit thread's 100 ms poll: the median run is short
     assert statistics.median(times) < 0.09, times
+
+@pytest.fixture
+def full_disk(tmp_path):
+    """A file on a small file system that is already full."""
+    mount = tmp_path / 'full'
+    mount.mkdir()
+    if subprocess.run(['mount', '-t', 'tmpfs', '-o', 'size=64k', 'tmpfs', mount], capture_output=True).returncode:
+        pytest.skip('no tmpfs can be mounted here')
+    with open(mount / 'filler', 'wb') as f:
+        f.write(b'x' * 65536)
+    yield mount / 'out'
+    subprocess.run(['umount', mount], check=True)
+
+@pytest.mark.parametrize('words', [['-v'], ['-l'], ['-a'], ['help'], ['log-control', 'level', 'warn'],
+                                   ['log-convert', SAMPLE], ['log-convert', 'continue', SAMPLE]])  # no follow
+@pytest.mark.parametrize('out, error', [('/dev/full', 'No space left on device'), ('full disk', 'No space left on device'),
+                                        (None, 'Bad file descriptor')])  # None: standard output closed
+def test_a_failed_write_is_reported(request, words, out, error):
+    path = request.getfixturevalue('full_disk') if out == 'full disk' else out
+    with open(path or '/dev/null', 'wb') as f:
+        p = subprocess.run([BIN + 'zel-tool', *words], stdout=f, stderr=subprocess.PIPE, timeout=20,
+                           preexec_fn=None if path else lambda: os.close(1))
+    assert (p.returncode, p.stderr.decode()) == (255, f'zel-tool: write error: {error}\n')

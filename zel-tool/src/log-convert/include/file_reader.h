@@ -40,8 +40,9 @@ private:
             return pos >= start && pos - start <= size && size - (pos - start) >= length;
         }
     };
-    // What the file holds of [pos, pos + length), or -1 when it cannot be read.
-    int64_t ReadAt(uint64_t pos, uint8_t* into, std::size_t length) const;
+    // How many of the length bytes at pos it copied into into: fewer at the end of the file or
+    // where a read fails.
+    std::size_t ReadAt(uint64_t pos, uint8_t* into, std::size_t length) const;
     void Fill(Piece& piece, uint64_t pos) const;
 
     int fd_ = -1;

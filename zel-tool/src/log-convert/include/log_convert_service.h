@@ -10,6 +10,9 @@
 // writing overlaps decoding; they are all written before a message line, at the end of every
 // pass (so before every wait) and before returning. Every other message is flushed at once.
 //
+// A failed write to standard output ends the conversion and the following; in follow mode a
+// pipe whose reader has gone ends the process at the next poll (StandardOutput).
+//
 // ConvertLogFile runs on the main thread. Stop may be called from any other thread at any
 // time. It ends a plain conversion after the block being printed (its lines are written; what
 // was not read is not reported as discarded); in follow mode it ends the follow loop, which
@@ -74,6 +77,8 @@ private:
     void FlushRecords();
     // Standard output for a message line, after the record lines gathered so far.
     std::ostream& Message();
+    // True once standard output has failed: nothing more reaches it, so following ends too.
+    bool OutputLost();
     // Waits up to a second for Stop.
     void WaitForGrowth();
 

@@ -52,28 +52,24 @@ bool FileReader::Size(uint64_t& size) {
     return true;
 }
 
-int64_t FileReader::ReadAt(uint64_t pos, uint8_t* into, std::size_t length) const {
+std::size_t FileReader::ReadAt(uint64_t pos, uint8_t* into, std::size_t length) const {
     std::size_t done = 0;
     while (done < length) {
         const ssize_t got = pread(fd_, into + done, length - done, static_cast<off_t>(pos + done));
         if (got < 0 && errno == EINTR) {
             continue;
         }
-        if (got < 0) {
-            return -1;
-        }
-        if (got == 0) {  // the end of the file
+        if (got <= 0) {  // the end of the file, or a part that cannot be read
             break;
         }
         done += static_cast<std::size_t>(got);
     }
-    return static_cast<int64_t>(done);
+    return done;
 }
 
 void FileReader::Fill(Piece& piece, uint64_t pos) const {
-    const int64_t got = ReadAt(pos, piece.data.get(), kPieceSize);
     piece.start = pos;
-    piece.size = got < 0 ? 0 : static_cast<std::size_t>(got);
+    piece.size = ReadAt(pos, piece.data.get(), kPieceSize);
 }
 
 bool FileReader::Read(uint64_t pos, uint8_t* into, std::size_t length) {
@@ -85,14 +81,16 @@ bool FileReader::Read(uint64_t pos, uint8_t* into, std::size_t length) {
         if (!current_.Holds(pos, length)) {
             current_.size = 0;
             if (!onward || length > kPieceSize) {
-                return ReadAt(pos, into, length) == static_cast<int64_t>(length);
+                return ReadAt(pos, into, length) == length;
             }
-            Fill(current_, pos);  // what the file holds now, read whole
+            // what the file holds now, read whole; where a read fails, what comes before it,
+            // so that every block before the failing one is still served
+            Fill(current_, pos);
             if (!current_.Holds(pos, length)) {
                 return false;
             }
         }
-        if (current_.size == kPieceSize) {  // a shorter piece ended at the end of the file
+        if (current_.size == kPieceSize) {  // a shorter piece ended where the file or its reading did
             ahead_.start = current_.start + current_.size;
             worker_.Start();
         }

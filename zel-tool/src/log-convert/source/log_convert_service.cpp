@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "record_line.h"
+#include "standard_output.h"
 
 namespace zel::clt {
 namespace {
@@ -74,6 +75,14 @@ void LogConvertService::Stop() {
         stopRequested_ = true;
     }
     stopped_.notify_all();
+}
+
+bool LogConvertService::OutputLost() {
+    if (!StandardOutputFailed()) {
+        return false;
+    }
+    following_ = false;
+    return true;
 }
 
 void LogConvertService::WaitForGrowth() {
@@ -319,6 +328,10 @@ void LogConvertService::ReadAndPrintLog() {
         PrintLog();
         if (pending_.Size() >= kOutputChunk) {
             writer_.Post(pending_);
+            if (OutputLost()) {
+                passStopped_ = true;
+                return;
+            }
         }
     }
     Message() << "File stream is abnormal " << std::endl;
@@ -342,7 +355,8 @@ int32_t LogConvertService::ConvertLogFile() {
     if (isGzip_) {
         return 0;
     }
-    while (following_) {
+    while (following_ && !OutputLost()) {
+        StandardOutput::EndIfReaderGone();  // as tail -f does, also while nothing is appended
         const uint64_t knownSize = fileSize_;
         if (!CalculateFileSize()) {
             return -1;
