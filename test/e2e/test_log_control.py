@@ -6,6 +6,7 @@ from conftest import CTRL_SOCKET, Daemon, expand, run, wait_for
 
 LC, NOT = 'zel-tool/log-control.json', 'Error, input cmd not support!\n'
 NO_DAEMON = 'fail to create connection with log_daemon \nfail to send local log level \n'
+SOC, MCU = ('127.0.0.1', int(os.environ['ZEL_SOC_PORT'])), ('127.0.0.1', int(os.environ['ZEL_MCU_PORT']))
 
 def request(payload):
     body = b'CLT\0\x16\x01CLT\0clt\0' + payload + b'remo'
@@ -26,7 +27,7 @@ def ends():
     with socket.socket(socket.AF_UNIX) as daemon, socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as mcu:
         daemon.bind(CTRL_SOCKET)
         daemon.listen(8)
-        mcu.bind(('127.0.0.1', 51344))
+        mcu.bind(MCU)
         def received():
             got, datagrams = [], []
             while select.select([daemon], [], [], 0)[0]:
@@ -65,13 +66,13 @@ def test_no_daemon(ends):
 
 def test_unreachable_mcu(ends):
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as squatter:  # on the SoC's port
-        squatter.bind(('127.0.0.1', 50513))
+        squatter.bind(SOC)
         assert run('log-control', 'level', 'fatal') == (0, 'fail to create connection with MCU \nfail to send MCU log level \n')
     assert ends() == ([default(1)], [])
 
 def test_real_daemon_applies_the_levels():
     with Daemon(CTRL_SOCKET) as daemon, socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as mcu:
-        mcu.bind(('127.0.0.1', 51344))
+        mcu.bind(MCU)
         daemon.start('/usr/lib/libdlt-examples/dlt-example-user', '-n', '100000', '-d', '100', 'hello')
         assert wait_for(lambda: 'Send log-level to context: LOG:TS2' in daemon.log())
         for words, applied in [(['level', 'warn'], ['TS1 [-1 -> 3]']),  # contexts following the default

@@ -13,8 +13,6 @@ namespace {
 
 constexpr int kStreamSendFlags = MSG_NOSIGNAL | MSG_DONTWAIT;  // 16448
 constexpr int kDatagramSendFlags = 0;
-constexpr uint16_t kSocPort = 50513;
-constexpr uint16_t kMcuPort = 51344;
 constexpr std::size_t kIdLength = 4;
 
 static_assert(kStreamSendFlags == 16448, "the daemon link sends without blocking and without SIGPIPE");
@@ -63,7 +61,7 @@ int32_t LogControlService::SendLocalLogLevel() {
 }
 
 int32_t LogControlService::SendLogLevelToRemote() const {
-    ara::log::InetUdpSocket socket(paths::kSocAddress, kSocPort, paths::kMcuAddress, kMcuPort);
+    ara::log::InetUdpSocket socket(paths::kSocAddress, paths::kSocPort, paths::kMcuAddress, paths::kMcuPort);
     return SendOnce(socket, m_ctrlMsg.Serialize(), kDatagramSendFlags, "MCU");
 }
 
