@@ -59,10 +59,26 @@ def test_requests(ends, name, words, status, out, to_daemon, to_mcu):
     assert run('log-control', *words, name=name) == (status, expand(out))
     assert ends() == (to_daemon, to_mcu)
 
-def test_no_daemon(ends):
+def stuck():
+    """A daemon that accepts nothing: its queue of pending connections is full."""
     os.remove(CTRL_SOCKET)
+    listener = socket.socket(socket.AF_UNIX)
+    listener.bind(CTRL_SOCKET)
+    listener.listen(0)
+    held = [listener]
+    while True:  # connects until one would have to wait
+        held.append(socket.socket(socket.AF_UNIX))
+        held[-1].setblocking(False)
+        if held[-1].connect_ex(CTRL_SOCKET):
+            return held
+
+@pytest.mark.parametrize('daemon', [lambda: os.remove(CTRL_SOCKET) or [], stuck])
+def test_no_daemon(ends, daemon):
+    held = daemon()
     assert run('log-control', 'level', 'error') == run('log-control', 'appid', 'X') == (0, NO_DAEMON)
     assert ends() == ([], [default(2)])
+    for s in held:
+        s.close()
 
 def test_unreachable_mcu(ends):
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as squatter:  # on the SoC's port
