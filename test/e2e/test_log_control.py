@@ -6,6 +6,7 @@ from conftest import CTRL_SOCKET, Daemon, expand, run, wait_for
 
 LC, NOT = 'zel-tool/log-control.json', 'Error, input cmd not support!\n'
 NO_DAEMON = 'fail to create connection with log_daemon \nfail to send local log level \n'
+NOT_SENT = 'fail to send buffer to log_daemon\nfail to send local log level \n'
 SOC, MCU = ('127.0.0.1', int(os.environ['ZEL_SOC_PORT'])), ('127.0.0.1', int(os.environ['ZEL_MCU_PORT']))
 
 def request(payload):
@@ -47,6 +48,8 @@ def ends():
     ('zel-tool', ['ctxid', 'TS', 'appid', 'APPLICATION'], 0, [], [set_level(b'APPL', b'TS', 4)], []),
     ('zel-tool', ['appid', 'LOG'], 0, [], [set_level(b'LOG', b'', 4)], []),
     ('zel-tool', ['ctxid', 'TESTING', 'level', 'off'], 0, [], [set_level(b'', b'TEST', 0)], []),
+    ('zel-tool', ['appid', '', 'ctxid', 'TS1', 'level', 'fatal'], 0, [NOT_SENT], [], []),  # "" would read as "*"
+    ('zel-tool', ['appid', 'LOG', 'ctxid', ''], 0, [NOT_SENT], [], []),
     ('zel-tool', ['level', 'debug', 'level', 'warn'], 0, [], [default(3)], [default(3)]),
     ('zel-tool', ['level', 'Debug'], 0, ['error, the input parameter level: Debug\n', LC], [], []),
     ('zel-tool', ['appid', 'LOG', 'level', 'loud'], 0, ['error, the input parameter level: loud\n', LC], [], []),

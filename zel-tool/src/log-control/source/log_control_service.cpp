@@ -17,9 +17,15 @@ constexpr std::size_t kIdLength = 4;
 
 static_assert(kStreamSendFlags == 16448, "the daemon link sends without blocking and without SIGPIPE");
 
-// Connects, sends the message once and closes; a failure is printed with the peer's name.
+// Connects, sends the message once and closes; a failure is printed with the peer's name. A
+// message without bytes (one the request cannot be carried in) fails as a send before any
+// connection is made, so nothing reaches the peer.
 template <typename Connection>
 int32_t SendOnce(Connection& connection, const std::vector<char>& message, int flags, const char* peer) {
+    if (message.empty()) {
+        std::cout << "fail to send buffer to " << peer << std::endl;
+        return -1;
+    }
     if (!connection.StartUp()) {
         std::cout << "fail to create connection with " << peer << " " << std::endl;
         return -1;
