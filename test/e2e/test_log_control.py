@@ -1,6 +1,6 @@
 """log-control run as the installed tool: the exact requests that reach stand-ins for the log
 daemon's control socket and the MCU, and a real dlt-daemon applying them."""
-import os, select, socket, struct
+import os, re, select, socket, struct
 import pytest
 from conftest import CTRL_SOCKET, Daemon, expand, run, wait_for
 
@@ -92,11 +92,15 @@ def test_unreachable_mcu(ends):
 def test_real_daemon_applies_the_levels():
     with Daemon(CTRL_SOCKET) as daemon, socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as mcu:
         mcu.bind(MCU)
+        def sent():  # what the daemon has told its contexts: level [old -> new], trace status
+            return re.findall(r'Send log-level to context: (.*)', daemon.log())
         daemon.start('/usr/lib/libdlt-examples/dlt-example-user', '-n', '100000', '-d', '100', 'hello')
-        assert wait_for(lambda: 'Send log-level to context: LOG:TS2' in daemon.log())
-        for words, applied in [(['level', 'warn'], ['TS1 [-1 -> 3]']),  # contexts following the default
+        assert wait_for(lambda: len(sent()) == 3)  # the three contexts registered
+        told = [f'LOG:{c} [-1 -> 4] [-1 -> 0]' for c in ('TEST', 'TS1', 'TS2')]
+        for words, applied in [(['level', 'warn'], ['TEST [-1 -> 3]', 'TS1 [-1 -> 3]', 'TS2 [-1 -> 3]']),  # following the default
                                (['appid', 'LOG', 'ctxid', 'TEST', 'level', 'verbose'], ['TEST [6 -> 6]']),
                                (['appid', 'LOG', 'level', 'debug'], ['TEST [5 -> 5]', 'TS1 [5 -> 5]', 'TS2 [5 -> 5]'])]:
             assert run('log-control', *words) == (0, '')
-            assert all(wait_for(lambda: 'context: LOG:' + c in daemon.log()) for c in applied), daemon.log()
-        assert 'LOG:TS1 [6' not in daemon.log() and mcu.recv(100) == default(3)
+            told += [f'LOG:{c} [-1 -> 0]' for c in applied]
+            assert wait_for(lambda: len(sent()) >= len(told)) and sent() == told, daemon.log()
+        assert mcu.recv(100) == default(3)
