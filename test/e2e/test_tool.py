@@ -1,6 +1,6 @@
 """The installed zel-tool and zel-dbg: standard output and exit status of the command forms,
 the configuration lookup and refused configuration files, and the tool's own logger."""
-import json, os, re, shutil, statistics, subprocess, time
+import json, os, shutil, subprocess
 import pytest
 from conftest import BIN, SAMPLE, SOURCE, SYSTEM_CONF, USER_CONF, expand, run, wait_for
 
@@ -107,22 +107,21 @@ def test_configuration_directories():
 def test_logger_reaches_a_running_daemon(daemon):
     recording = daemon.dir + '/record.dlt'
     recorder = daemon.record(recording)
-    assert run('-v', '--', 'x y', env=daemon.env)[0] == 255
-    assert wait_for(lambda: b'zel-tool -v -- x y' in open(recording, 'rb').read())
+    assert run('-v', '--', 'x y', env=daemon.env) == (255, expand([NOT, CLT]))
+    # the daemon notes the tool's leaving after the tool's last record
+    assert wait_for(lambda: b"Unregistered ApID 'CLT'" in open(recording, 'rb').read())
     recorder.terminate()
     recorder.wait(5)
     text = subprocess.run(['dlt-convert', '-a', recording], capture_output=True, text=True).stdout
-    # eight arguments: file, ":", line, " ", function, ":", message, the line as typed
-    assert re.search(r'CLT- clt- log debug V 8 \[main\.cpp : [0-9]+   main : execute command: zel-tool -v -- x y\]', text)
+    with open(SOURCE + '/common/source/main.cpp') as f:
+        line = next(n for n, code in enumerate(f, 1) if '"execute command:"' in code)
+    # counter, ECU, ids, level and eight arguments: file, ":", line, " ", function, ":", message, the line
+    assert [r.split(None, 4)[4] for r in text.splitlines() if ' CLT- ' in r] == \
+        [f'000 ECU1 CLT- clt- log debug V 8 [main.cpp : {line}   main : execute command: zel-tool -v -- x y]']
 
-def test_silent_and_quick_without_daemon():
-    times = []
-    for _ in range(5):
-        start = time.monotonic()
-        assert run('-v', env={'DLT_PIPE_DIR': '/nonexistent'}) == (0, VERSION)
-        times.append(time.monotonic() - start)
-    # neither libdlt's wait at exit nor the exit thread's 100 ms poll: the median run is short
-    assert statistics.median(times) < 0.09, times
+def test_silent_without_daemon():
+    # libdlt would wait 10 s at exit to hand its buffer to a daemon: the hang guard is shorter
+    assert run('-v', env={'DLT_PIPE_DIR': '/nonexistent'}, timeout=5) == (0, VERSION)
 
 @pytest.fixture
 def full_disk(tmp_path):
