@@ -3,13 +3,28 @@
 # fuzz target briefly; then runs the whole suite again built with AddressSanitizer and
 # UndefinedBehaviorSanitizer, on that build's own installed tree, and the conversion unit tests
 # (reader and writer threads, exit thread, stopping a follow) built with ThreadSanitizer. Each
-# build keeps its platform root (configuration, control socket) inside its build tree.
+# build keeps its platform root (configuration, control socket) inside its build tree and links
+# to the MCU over UDP ports of its own.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install-deps.sh test
 
 jobs=$(nproc)
-cmake -S . -B build -DBUILD_TESTING=ON -DZEL_PLATFORM_ROOT="$PWD/build/root"
+# Configures the test build in directory $1 (further cmake arguments follow) with its platform
+# root inside it and, for the link to the MCU, two UDP ports that the kernel reports free now:
+# test runs side by side on one machine then bind different ports.
+configure() {
+    local dir=$1 ports
+    shift
+    ports=$(python3 -c 'import socket
+s = [socket.socket(socket.AF_INET, socket.SOCK_DGRAM) for _ in range(2)]
+for x in s: x.bind(("127.0.0.1", 0))
+print(*(x.getsockname()[1] for x in s))')
+    cmake -S . -B "$dir" -DBUILD_TESTING=ON -DZEL_PLATFORM_ROOT="$PWD/$dir/root" \
+        -DZEL_SOC_PORT="${ports% *}" -DZEL_MCU_PORT="${ports#* }" "$@"
+}
+
+configure build
 cmake --build build -j"$jobs"
 ctest --test-dir build -j"$jobs" --output-on-failure
 
@@ -34,12 +49,10 @@ sanitized_ctest() {
     return $status
 }
 
-cmake -S . -B build-asan -DBUILD_TESTING=ON -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=ON \
-    -DZEL_PLATFORM_ROOT="$PWD/build-asan/root"
+configure build-asan -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=ON
 cmake --build build-asan -j"$jobs"
 sanitized_ctest build-asan
 
-cmake -S . -B build-tsan -DBUILD_TESTING=ON -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-fsanitize=thread \
-    -DZEL_PLATFORM_ROOT="$PWD/build-tsan/root"
+configure build-tsan -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-fsanitize=thread
 cmake --build build-tsan -j"$jobs" --target unit_tests
 sanitized_ctest build-tsan -R 'ConvertTest'

@@ -12,6 +12,7 @@
 #include "configuration.h"
 #include "plugin_factory.h"
 #include "processor.h"
+#include "standard_output.h"
 
 namespace zel::clt {
 namespace {
@@ -126,6 +127,11 @@ void CmdLineTool::StopTaskThread() {
     }
     switch (flag) {
         case PROCESS_SIGNAL_EXIT:
+            // the user asked to stop: what is not written yet is dropped, and a write that a
+            // reader no longer takes does not hold the plug-in up
+            if (StandardOutput* output = InstalledStandardOutput()) {
+                output->Abandon();
+            }
             pluginInstance_->Terminate();
             CLT_LOG_DEBUG << "Capture signal process exit success";
             break;

@@ -1,5 +1,6 @@
 // Entry point of zel-tool and zel-dbg. Any other program name runs as zel-tool, with the
 // program name (as the system passed it) as the first command word.
+#include <cstring>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -7,13 +8,24 @@
 #include "clt_logger.h"
 #include "cmd_line_tool.h"
 #include "configuration.h"
+#include "standard_output.h"
+
+namespace {
+
+// Standard output is what failed, so this one message goes to standard error.
+void ReportWriteError(int error) { std::cerr << "zel-tool: write error: " << std::strerror(error) << std::endl; }
+
+}  // namespace
 
 int main(int argc, char* argv[]) {
     using zel::clt::Configuration;
+    using zel::clt::StandardOutput;
+    // before the logging library opens its files, so none of them becomes standard output
+    StandardOutput::ReserveStandardDescriptors();
     zel::clt::CltLogger::GetInstance().InitLoger();
-    // Standard output is written through std::cout alone; without the C stdio behind it, large
-    // writes (a block of converted records) go to the descriptor without another copy.
-    std::ios::sync_with_stdio(false);
+    // Standard output is written through std::cout alone, and its own buffer sees every failed
+    // write; large writes (a piece of converted records) go to the descriptor without a copy.
+    StandardOutput output;
 
     std::string name = argc > 0 && argv[0] != nullptr ? argv[0] : "";
     const auto slash = name.rfind('/');
@@ -38,5 +50,11 @@ int main(int argc, char* argv[]) {
     CLT_LOG_DEBUG << "execute command:" << line;
 
     zel::clt::CmdLineTool tool(words);
-    return tool.Run() < 0 ? -1 : 0;
+    const int32_t result = tool.Run();
+    std::cout.flush();
+    if (output.Error() != 0) {
+        ReportWriteError(output.Error());
+        return -1;
+    }
+    return result < 0 ? -1 : 0;
 }

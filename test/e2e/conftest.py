@@ -24,7 +24,8 @@ def expand(parts):
         return conf['app'] + ' usage: \n' + ''.join(f'\t{h}\n' for h in conf['help'])
     return ''.join(help_of(p) if p.endswith('.json') else p for p in parts)
 
-def wait_for(done, timeout=5):
+def wait_for(done, timeout=60):
+    """Polls until done() holds; the time limit is only a guard against a hang."""
     end = time.monotonic() + timeout
     while not done():
         if time.monotonic() > end:

@@ -1,11 +1,13 @@
 """log-control run as the installed tool: the exact requests that reach stand-ins for the log
 daemon's control socket and the MCU, and a real dlt-daemon applying them."""
-import os, select, socket, struct
+import os, re, select, socket, struct
 import pytest
 from conftest import CTRL_SOCKET, Daemon, expand, run, wait_for
 
 LC, NOT = 'zel-tool/log-control.json', 'Error, input cmd not support!\n'
 NO_DAEMON = 'fail to create connection with log_daemon \nfail to send local log level \n'
+NOT_SENT = 'fail to send buffer to log_daemon\nfail to send local log level \n'
+SOC, MCU = ('127.0.0.1', int(os.environ['ZEL_SOC_PORT'])), ('127.0.0.1', int(os.environ['ZEL_MCU_PORT']))
 
 def request(payload):
     body = b'CLT\0\x16\x01CLT\0clt\0' + payload + b'remo'
@@ -26,7 +28,7 @@ def ends():
     with socket.socket(socket.AF_UNIX) as daemon, socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as mcu:
         daemon.bind(CTRL_SOCKET)
         daemon.listen(8)
-        mcu.bind(('127.0.0.1', 51344))
+        mcu.bind(MCU)
         def received():
             got, datagrams = [], []
             while select.select([daemon], [], [], 0)[0]:
@@ -46,6 +48,8 @@ def ends():
     ('zel-tool', ['ctxid', 'TS', 'appid', 'APPLICATION'], 0, [], [set_level(b'APPL', b'TS', 4)], []),
     ('zel-tool', ['appid', 'LOG'], 0, [], [set_level(b'LOG', b'', 4)], []),
     ('zel-tool', ['ctxid', 'TESTING', 'level', 'off'], 0, [], [set_level(b'', b'TEST', 0)], []),
+    ('zel-tool', ['appid', '', 'ctxid', 'TS1', 'level', 'fatal'], 0, [NOT_SENT], [], []),  # "" would read as "*"
+    ('zel-tool', ['appid', 'LOG', 'ctxid', ''], 0, [NOT_SENT], [], []),
     ('zel-tool', ['level', 'debug', 'level', 'warn'], 0, [], [default(3)], [default(3)]),
     ('zel-tool', ['level', 'Debug'], 0, ['error, the input parameter level: Debug\n', LC], [], []),
     ('zel-tool', ['appid', 'LOG', 'level', 'loud'], 0, ['error, the input parameter level: loud\n', LC], [], []),
@@ -58,25 +62,45 @@ def test_requests(ends, name, words, status, out, to_daemon, to_mcu):
     assert run('log-control', *words, name=name) == (status, expand(out))
     assert ends() == (to_daemon, to_mcu)
 
-def test_no_daemon(ends):
+def stuck():
+    """A daemon that accepts nothing: its queue of pending connections is full."""
     os.remove(CTRL_SOCKET)
+    listener = socket.socket(socket.AF_UNIX)
+    listener.bind(CTRL_SOCKET)
+    listener.listen(0)
+    held = [listener]
+    while True:  # connects until one would have to wait
+        held.append(socket.socket(socket.AF_UNIX))
+        held[-1].setblocking(False)
+        if held[-1].connect_ex(CTRL_SOCKET):
+            return held
+
+@pytest.mark.parametrize('daemon', [lambda: os.remove(CTRL_SOCKET) or [], stuck])
+def test_no_daemon(ends, daemon):
+    held = daemon()
     assert run('log-control', 'level', 'error') == run('log-control', 'appid', 'X') == (0, NO_DAEMON)
     assert ends() == ([], [default(2)])
+    for s in held:
+        s.close()
 
 def test_unreachable_mcu(ends):
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as squatter:  # on the SoC's port
-        squatter.bind(('127.0.0.1', 50513))
+        squatter.bind(SOC)
         assert run('log-control', 'level', 'fatal') == (0, 'fail to create connection with MCU \nfail to send MCU log level \n')
     assert ends() == ([default(1)], [])
 
 def test_real_daemon_applies_the_levels():
     with Daemon(CTRL_SOCKET) as daemon, socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as mcu:
-        mcu.bind(('127.0.0.1', 51344))
+        mcu.bind(MCU)
+        def sent():  # what the daemon has told its contexts: level [old -> new], trace status
+            return re.findall(r'Send log-level to context: (.*)', daemon.log())
         daemon.start('/usr/lib/libdlt-examples/dlt-example-user', '-n', '100000', '-d', '100', 'hello')
-        assert wait_for(lambda: 'Send log-level to context: LOG:TS2' in daemon.log())
-        for words, applied in [(['level', 'warn'], ['TS1 [-1 -> 3]']),  # contexts following the default
+        assert wait_for(lambda: len(sent()) == 3)  # the three contexts registered
+        told = [f'LOG:{c} [-1 -> 4] [-1 -> 0]' for c in ('TEST', 'TS1', 'TS2')]
+        for words, applied in [(['level', 'warn'], ['TEST [-1 -> 3]', 'TS1 [-1 -> 3]', 'TS2 [-1 -> 3]']),  # following the default
                                (['appid', 'LOG', 'ctxid', 'TEST', 'level', 'verbose'], ['TEST [6 -> 6]']),
                                (['appid', 'LOG', 'level', 'debug'], ['TEST [5 -> 5]', 'TS1 [5 -> 5]', 'TS2 [5 -> 5]'])]:
             assert run('log-control', *words) == (0, '')
-            assert all(wait_for(lambda: 'context: LOG:' + c in daemon.log()) for c in applied), daemon.log()
-        assert 'LOG:TS1 [6' not in daemon.log() and mcu.recv(100) == default(3)
+            told += [f'LOG:{c} [-1 -> 0]' for c in applied]
+            assert wait_for(lambda: len(sent()) >= len(told)) and sent() == told, daemon.log()
+        assert mcu.recv(100) == default(3)

@@ -18,6 +18,9 @@ constexpr char kRemote[] = "remo";
 std::vector<char> LogControlMsg::Serialize() const {
     std::vector<char> payload;
     if (const auto* set = std::get_if<LogControlMsgSetLogLevel>(&request_)) {
+        if (set->GetAppId().empty() || set->GetCtxId().empty()) {
+            return {};  // four NULs would read as every application or context
+        }
         bytes::StoreLe32(payload, kServiceSetLogLevel);
         bytes::StoreId(payload, set->GetAppId());
         bytes::StoreId(payload, set->GetCtxId());

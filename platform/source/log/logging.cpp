@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <deque>
-#include <limits>
 #include <mutex>
 
 #include "byte_order.h"
@@ -68,9 +67,22 @@ LogStream::~LogStream() {
 }
 
 LogStream& LogStream::operator<<(core::StringView text) {
-    if (record_) {
-        const auto length = std::min<std::size_t>(text.size(), std::numeric_limits<uint16_t>::max());
-        dlt_user_log_write_sized_string(&record_->data, text.data(), static_cast<uint16_t>(length));
+    if (!record_) {
+        return *this;
+    }
+    // libdlt builds a record in a buffer of DLT_USER_BUF_MAX_SIZE bytes and does not check a
+    // long string reliably (its sums wrap at 64 KB): a string is cut to the room that is left,
+    // with "..." where it was cut.
+    constexpr std::size_t kArgumentCost = 4 + 2 + 1;  // type info, length, the closing NUL
+    constexpr core::StringView kCut = "...";
+    const auto used = static_cast<std::size_t>(std::max(record_->data.size, 0));
+    const std::size_t room = DLT_USER_BUF_MAX_SIZE - std::min<std::size_t>(used + kArgumentCost, DLT_USER_BUF_MAX_SIZE);
+    if (text.size() <= room) {
+        dlt_user_log_write_sized_string(&record_->data, text.data(), static_cast<uint16_t>(text.size()));
+    } else if (room >= kCut.size()) {
+        std::string cut(text.substr(0, room - kCut.size()));
+        cut += kCut;
+        dlt_user_log_write_sized_string(&record_->data, cut.data(), static_cast<uint16_t>(cut.size()));
     }
     return *this;
 }

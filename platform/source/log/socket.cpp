@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -10,6 +11,10 @@
 
 namespace ara::log {
 namespace {
+
+// How long a connect or a send to the log daemon may wait: a daemon that is stopped or stuck
+// stops accepting, its queue of pending connections fills, and connect would wait for ever.
+constexpr timeval kStreamTimeout{1, 0};
 
 bool ToSockaddr(const core::String& address, std::uint16_t port, sockaddr_in& out) {
     std::memset(&out, 0, sizeof(out));
@@ -54,7 +59,9 @@ bool UnixTcpClient::StartUp() {
     if (fd_ < 0) {
         return false;
     }
-    if (connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    // The send timeout bounds connect too: on a full queue it fails with EAGAIN once it expires.
+    if (setsockopt(fd_, SOL_SOCKET, SO_SNDTIMEO, &kStreamTimeout, sizeof(kStreamTimeout)) != 0 ||
+        connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         Close();
         return false;
     }

@@ -17,7 +17,8 @@
 //   set log level (service 0x01), 17 bytes: service id (uint32), APID (4), CTID (4), level (int8), "remo"
 //   set default log level (service 0x11), 9 bytes: service id (uint32), level (int8), "remo"
 //
-// Ids are cut to four bytes and NUL-padded; the id "*" (any) is four NUL bytes.
+// Ids are cut to four bytes and NUL-padded; the id "*" (any) is four NUL bytes. An empty id
+// cannot be told from "*" on the wire, so a request that holds one has no bytes.
 #ifndef ARA_LOG_LOG_CONTROL_MSG_H
 #define ARA_LOG_LOG_CONTROL_MSG_H
 
@@ -56,7 +57,7 @@ class LogControlMsg {
 public:
     void SetControlLogLevel(const LogControlMsgSetLogLevel& request) { request_ = request; }
     void SetControlDefaultLogLevel(const LogControlMsgSetDefaultLogLevel& request) { request_ = request; }
-    // The bytes of the request last set; empty when none was set.
+    // The bytes of the request last set; empty when none was set or an id of it is empty.
     std::vector<char> Serialize() const;
 
 private:

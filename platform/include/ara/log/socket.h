@@ -26,9 +26,10 @@ protected:
 
 class TcpClient : public Socket {
 public:
-    // Connects; false when the peer is not reachable.
+    // Connects; false when the peer is not reachable within about a second.
     virtual bool StartUp() = 0;
-    // Sends the whole buffer with send(2) flags; the bytes sent, or negative on failure.
+    // Sends the whole buffer with send(2) flags; the bytes sent, or negative on failure. Without
+    // MSG_DONTWAIT a send gives up after about a second without progress.
     int Send(const std::vector<char>& bytes, int flags);
 };
 

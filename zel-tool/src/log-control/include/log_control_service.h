@@ -20,7 +20,7 @@ public:
     virtual ~LogControlService() = default;
 
     // Level of one application and context (ids cut to four characters; "*" for all), on the
-    // local daemon only.
+    // local daemon only. An empty id is never sent: it would read as "*" there.
     void ControlLevel(std::string appId, std::string ctxId, ara::log::LogLevel level);
     // Default level, on the local daemon and then on the MCU.
     void ControlDefaultLevel(ara::log::LogLevel level);

@@ -13,15 +13,19 @@ namespace {
 
 constexpr int kStreamSendFlags = MSG_NOSIGNAL | MSG_DONTWAIT;  // 16448
 constexpr int kDatagramSendFlags = 0;
-constexpr uint16_t kSocPort = 50513;
-constexpr uint16_t kMcuPort = 51344;
 constexpr std::size_t kIdLength = 4;
 
 static_assert(kStreamSendFlags == 16448, "the daemon link sends without blocking and without SIGPIPE");
 
-// Connects, sends the message once and closes; a failure is printed with the peer's name.
+// Connects, sends the message once and closes; a failure is printed with the peer's name. A
+// message without bytes (one the request cannot be carried in) fails as a send before any
+// connection is made, so nothing reaches the peer.
 template <typename Connection>
 int32_t SendOnce(Connection& connection, const std::vector<char>& message, int flags, const char* peer) {
+    if (message.empty()) {
+        std::cout << "fail to send buffer to " << peer << std::endl;
+        return -1;
+    }
     if (!connection.StartUp()) {
         std::cout << "fail to create connection with " << peer << " " << std::endl;
         return -1;
@@ -63,7 +67,7 @@ int32_t LogControlService::SendLocalLogLevel() {
 }
 
 int32_t LogControlService::SendLogLevelToRemote() const {
-    ara::log::InetUdpSocket socket(paths::kSocAddress, kSocPort, paths::kMcuAddress, kMcuPort);
+    ara::log::InetUdpSocket socket(paths::kSocAddress, paths::kSocPort, paths::kMcuAddress, paths::kMcuPort);
     return SendOnce(socket, m_ctrlMsg.Serialize(), kDatagramSendFlags, "MCU");
 }
 

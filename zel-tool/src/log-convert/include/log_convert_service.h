@@ -11,6 +11,9 @@
 // decoding; they are all written at the end of every pass (so before every wait), before any
 // other message and before returning.
 //
+// A failed write to standard output ends the conversion and the following; in follow mode a
+// pipe whose reader has gone ends the process at the next poll (StandardOutput).
+//
 // ConvertLogFile runs on the main thread. Stop may be called from any other thread at any
 // time. It ends a plain conversion after the piece being decoded (its lines are written; what
 // was not read is not reported as discarded); in follow mode it ends the follow loop, which
@@ -66,6 +69,8 @@ private:
     void FlushRecords();
     // Standard output for a message line, after the text made so far.
     std::ostream& Message();
+    // True once standard output has failed: nothing more reaches it, so following ends too.
+    bool OutputLost();
     // Waits up to a second for Stop.
     void WaitForGrowth();
 

@@ -19,7 +19,7 @@ public:
     OutputWriter();
 
     // Takes the lines for writing and leaves lines empty; waits only while an earlier piece is
-    // still being written.
+    // still being written. False once a write to standard output has failed (StandardOutput).
     bool Post(LineBuffer& lines) override;
     void Drain();
 

@@ -13,6 +13,8 @@
 #include <iostream>
 #include <utility>
 
+#include "standard_output.h"
+
 namespace zel::clt {
 namespace {
 
@@ -67,6 +69,14 @@ void LogConvertService::Stop() {
         stopRequested_ = true;
     }
     stopped_.notify_all();
+}
+
+bool LogConvertService::OutputLost() {
+    if (!StandardOutputFailed()) {
+        return false;
+    }
+    following_ = false;
+    return true;
 }
 
 void LogConvertService::WaitForGrowth() {
@@ -208,11 +218,15 @@ void LogConvertService::ReadAndPrintLog() {
                            cmd_.isContinue ? nullptr : &stopRequested_)) {
         case PassEnd::kDone:
             break;
-        case PassEnd::kStopped:
         case PassEnd::kOutputFailed:
+            OutputLost();  // ends following too
+            passStopped_ = true;
+            break;
+        case PassEnd::kStopped:
             passStopped_ = true;  // the rest was never read: nothing to report of it
             break;
         case PassEnd::kReadFailed:
+            decoder_.Reset();  // the record carried into the block that failed goes with it, uncounted
             Message() << "File stream read failed " << std::endl;
             break;
     }
@@ -236,7 +250,8 @@ int32_t LogConvertService::ConvertLogFile() {
     if (isGzip_) {
         return 0;
     }
-    while (following_) {
+    while (following_ && !OutputLost()) {
+        StandardOutput::EndIfReaderGone();  // as tail -f does, also while nothing is appended
         const uint64_t knownSize = fileSize_;
         if (!CalculateFileSize()) {
             return -1;

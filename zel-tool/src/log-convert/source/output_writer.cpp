@@ -3,6 +3,8 @@
 #include <iostream>
 #include <utility>
 
+#include "standard_output.h"
+
 namespace zel::clt {
 
 OutputWriter::OutputWriter()
@@ -15,7 +17,7 @@ bool OutputWriter::Post(LineBuffer& lines) {
     std::swap(inFlight_, lines);
     lines.Clear();  // the piece written before, kept for its room
     worker_.Start();
-    return true;
+    return !StandardOutputFailed();
 }
 
 void OutputWriter::Drain() {
