@@ -102,14 +102,16 @@ TEST_F(ConvertTest, RecordLines) {
     trace.type = dltgen::MessageType::kAppTrace;
     odd.typeInfo = 9;  // a level beyond verbose
     empty.args = {Arg::String("")};
-    const std::string out = Bytes(Encode(bare) + Encode(trace) + Encode(odd) + Encode(empty) + Encode(noIds) +
-                                  Encode(nonVerbose) + Encode(full));
-    for (const char* line :
-         {"0.000000 2023/11/14 22:13:25.000000 005    []\n", " 006 APP CTX app_trace [record 6",
-          " 007 APP CTX unknown [record 7", " 255 APP CTX info []\n", " 008    [record 8", " 009    [7, 01]\n"}) {
-        EXPECT_NE(out.find(line), std::string::npos) << line;
-    }
-    EXPECT_NE(out.find(Line(10)), std::string::npos);
+    const auto with = [](int i, const std::string& part, const std::string& by) {  // Line(i) with part replaced
+        std::string line = Line(i);
+        return line.replace(line.find(part), part.size(), by);
+    };
+    EXPECT_EQ(Bytes(Encode(bare) + Encode(trace) + Encode(odd) + Encode(empty) + Encode(noIds) + Encode(nonVerbose) +
+                    Encode(full)),
+              "0.000000 2023/11/14 22:13:25.000000 005    []\n" + with(6, "info", "app_trace") +
+                  with(7, "info", "unknown") + with(255, "[" + Text(255, 20) + "]", "[]") +
+                  with(8, "APP CTX info ", "   ") + with(9, "APP CTX info [" + Text(9, 20) + "]", "   [7, 01]") +
+                  Line(10));
 }
 
 TEST_F(ConvertTest, EveryPrefixPrintsTheCompleteRecords) {
@@ -226,6 +228,14 @@ TEST_F(ConvertTest, FileChecks) {
     }
 }
 
+// Whether the thread tid waits in the kernel (its state in /proc is S).
+bool Sleeping(pid_t tid) {
+    std::ifstream stat("/proc/self/task/" + std::to_string(tid) + "/stat");
+    std::string line;
+    std::getline(stat, line);
+    return tid != 0 && line.size() > line.rfind(')') + 2 && line[line.rfind(')') + 2] == 'S';
+}
+
 // Terminate returns once no conversion runs: after a wrong command, after a finished one, and
 // when it came first (and a signal interrupted its wait), once the conversion has ended at its
 // first check of the follow flag.
@@ -240,13 +250,15 @@ TEST_F(ConvertTest, PluginTerminate) {
     }
     LogConvertPlugin plugin;
     std::promise<void> returned;
-    std::thread terminator([&] { plugin.Terminate(), returned.set_value(); });
+    std::atomic<pid_t> waiting{0};
+    std::thread terminator([&] { waiting = gettid(), plugin.Terminate(), returned.set_value(); });
     struct sigaction wake {};
     wake.sa_handler = [](int) {};
     sigaction(SIGUSR1, &wake, nullptr);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    for (int i = 0; i < 60000 && !Sleeping(waiting); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     pthread_kill(terminator.native_handle(), SIGUSR1);  // a signal in the middle of its wait
     auto terminated = returned.get_future();
+    // it must not return, whatever the time: waiting longer only catches more
     EXPECT_EQ(terminated.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     test::CoutCapture out;
     EXPECT_EQ(plugin.ExecCmd({"log-convert", "continue", "3", path}), 0);
@@ -257,38 +269,45 @@ TEST_F(ConvertTest, PluginTerminate) {
 }
 
 std::atomic<int> g_terminates{0};
-// "ut-follow": the conversion plug-in, counting the calls of Terminate and returning 300 ms
-// after its conversion, so that a second signal finds it still running.
+std::atomic<bool> g_stopsSent{false};
+// "ut-follow": the conversion plug-in, counting the calls of Terminate and returning only once
+// every stop of the case was sent, so that a second signal finds it still running.
 struct CountingFollow : LogConvertPlugin {
     int32_t ExecCmd(const std::vector<std::string>& words) override {
         const int32_t result = LogConvertPlugin::ExecCmd(words);
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        while (!g_stopsSent) std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return result;
     }
     void Terminate() override { ++g_terminates, LogConvertPlugin::Terminate(); }
 };
 const PluginFactory g_follow("ut-follow", [] { return std::unique_ptr<Plugin>(new CountingFollow); });
 
-// Follows path from its last two records, appends records to it, and stops the follow: with
-// Terminate from another thread (no signals), or with the signals, 150 ms apart, through the
-// driver's exit thread; one more signal after the run finds the handler still there. Exits 0
-// when the run returned 0, printed every line and Terminate was called exactly once.
+// Follows path from its last two records; once they are out, appends records, and once those
+// are out too (after a poll of the size), stops the follow: with Terminate from another thread
+// (no signals), or with the signals through the driver's exit thread, the first of them once the
+// exit thread has called Terminate. One more signal after the run finds the handler still there.
+// Exits 0 when the run returned 0, printed every line and Terminate was called exactly once.
 [[noreturn]] void FollowAndStop(const std::string& path, const std::vector<int>& signals, int appended) {
     CltLogger::GetInstance().InitLoger();
     const test::Words words = {"ut-follow", "continue", "2", path};
     CountingFollow plugin;
-    std::thread stopper([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        std::ofstream(path, std::ios::binary | std::ios::app) << Records(10, 9 + appended);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1500));  // past a poll of the size
-        if (signals.empty()) plugin.Terminate();
-        for (const int sig : signals) kill(getpid(), sig), std::this_thread::sleep_for(std::chrono::milliseconds(150));
-    });
     test::CoutCapture out;
+    bool seen = false;
+    std::thread stopper([&] {
+        seen = out.WaitFor(Lines(8, 9));
+        std::ofstream(path, std::ios::binary | std::ios::app) << Records(10, 9 + appended);
+        seen = seen && out.WaitFor(Lines(8, 9 + appended));
+        if (signals.empty()) g_stopsSent = true, plugin.Terminate();
+        for (const int sig : signals) {
+            kill(getpid(), sig);
+            while (g_terminates == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        g_stopsSent = true;
+    });
     const int32_t result = signals.empty() ? plugin.ExecCmd(words) : CmdLineTool(words).Run();
     stopper.join();
     if (!signals.empty()) kill(getpid(), SIGINT);
-    std::_Exit(result == 0 && out.Text() == Lines(8, 9 + appended) && g_terminates == 1 ? 0 : 1);
+    std::_Exit(result == 0 && seen && out.Text() == Lines(8, 9 + appended) && g_terminates == 1 ? 0 : 1);
 }
 
 // Each case in a child process: signal handling is process-wide. Built with ThreadSanitizer too.

@@ -5,11 +5,15 @@
 
 #include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <mutex>
 #include <nlohmann/json.hpp>
-#include <sstream>
+#include <streambuf>
+#include <string>
 
 #include "configuration.h"
 #include "zel_paths.h"
@@ -24,12 +28,34 @@ inline std::string WriteFile(const std::string& path, const std::string& bytes) 
     return path;
 }
 
-// Collects what std::cout receives while alive.
-struct CoutCapture {
-    std::ostringstream text;
-    std::streambuf* old = std::cout.rdbuf(text.rdbuf());
-    ~CoutCapture() { std::cout.rdbuf(old); }
-    std::string Text() const { return text.str(); }
+// Collects what std::cout receives while alive, from any thread; WaitFor waits until it has
+// received exactly expected (false after a minute, a hang guard).
+struct CoutCapture : std::streambuf {
+    std::mutex mutex;
+    std::condition_variable grown;
+    std::string text;
+    std::streambuf* old = std::cout.rdbuf(this);
+    ~CoutCapture() override { std::cout.rdbuf(old); }
+    std::streamsize xsputn(const char* s, std::streamsize n) override {
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            text.append(s, static_cast<std::size_t>(n));
+        }
+        grown.notify_all();
+        return n;
+    }
+    int overflow(int c) override {
+        const char ch = static_cast<char>(c);
+        return c == EOF ? 0 : (xsputn(&ch, 1), c);
+    }
+    std::string Text() {
+        std::lock_guard<std::mutex> lock(mutex);
+        return text;
+    }
+    bool WaitFor(const std::string& expected) {
+        std::unique_lock<std::mutex> lock(mutex);
+        return grown.wait_for(lock, std::chrono::minutes(1), [&] { return text == expected; });
+    }
 };
 
 // A directory of its own, removed with everything in it; in memory where there is one, as a
