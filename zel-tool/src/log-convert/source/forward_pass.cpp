@@ -15,7 +15,7 @@ constexpr uint64_t kParallelFrom = 4 * 1024 * 1024;
 constexpr unsigned kMostWorkers = 16;
 // Span texts, each up to twice its span, for the spans in flight and the piece being written.
 constexpr uint64_t kSpanBudget = 12 * 1024 * 1024;
-constexpr uint64_t kLargestSpan = 1024 * 1024;
+constexpr uint64_t kLargestSpan = 512 * 1024;
 constexpr uint64_t kSmallestSpan = 64 * 1024;
 // One piece read on one thread: it stays in the processor's cache while it is decoded.
 constexpr std::size_t kReadPiece = 64 * 1024;
