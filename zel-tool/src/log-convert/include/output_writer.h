@@ -2,7 +2,7 @@
 // that the system's copy of one piece into a file or a pipe runs while the next piece is being
 // formatted. At most one piece is in flight; the thread starts with the first piece.
 //
-// Post and Drain are called from one thread, the producer. Drain returns once everything
+// Post, Write and Drain are called from one thread, the producer. Drain returns once everything
 // posted is written and standard output is flushed: the producer may then use std::cout itself
 // until its next Post.
 #ifndef ZEL_CLT_OUTPUT_WRITER_H
@@ -21,6 +21,8 @@ public:
     // Takes the lines for writing and leaves lines empty; waits only while an earlier piece is
     // still being written. False once a write to standard output has failed (StandardOutput).
     bool Post(LineBuffer& lines) override;
+    // Writes the lines on the calling thread, after the piece in flight, and leaves them empty.
+    bool Write(LineBuffer& lines) override;
     void Drain();
 
 private:

@@ -16,7 +16,8 @@
 // states differ, the calling thread decodes the block itself and compares again at the next
 // block end. What a span left undecoded (its text outgrew the limit, or a read failed) the
 // calling thread decodes itself the same way; a failing read then fails the reader, as it
-// would on one thread.
+// would on one thread. The calling thread also writes the text (TextOutput::Write): besides
+// joining it has nothing to do, and handing each span to a writer thread cost more than it saved.
 //
 // At most workers + 1 spans are decoded or waiting, each with its text (up to the text limit
 // and the lines of one more block), and each worker reads the file in pieces of 128 KB.

@@ -12,6 +12,9 @@ public:
     // Takes the lines, leaving lines empty (its room may be kept); false once the output has
     // failed: nothing more is worth making.
     virtual bool Post(LineBuffer& lines) = 0;
+    // The same, for a caller that has nothing else to do: the lines may be written on its
+    // thread before this returns.
+    virtual bool Write(LineBuffer& lines) { return Post(lines); }
 };
 
 }  // namespace zel::clt

@@ -20,6 +20,13 @@ bool OutputWriter::Post(LineBuffer& lines) {
     return !StandardOutputFailed();
 }
 
+bool OutputWriter::Write(LineBuffer& lines) {
+    worker_.Wait();
+    std::cout.write(lines.Data(), static_cast<std::streamsize>(lines.Size()));
+    lines.Clear();
+    return !StandardOutputFailed();
+}
+
 void OutputWriter::Drain() {
     worker_.Wait();
     std::cout.flush();

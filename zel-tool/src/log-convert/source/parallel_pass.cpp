@@ -235,11 +235,11 @@ PassEnd ParallelPass::Splice(Span& span, std::size_t k) {
     if (span.sawRecord) {
         text_.SetDropped(span.dropped);
     }
-    if (!text_.Lines().Empty() && !out_.Post(text_.Lines())) {
+    if (!text_.Lines().Empty() && !out_.Write(text_.Lines())) {
         return PassEnd::kOutputFailed;
     }
     span.text.DropFront(at.textSize);
-    if (!span.text.Empty() && !out_.Post(span.text)) {
+    if (!span.text.Empty() && !out_.Write(span.text)) {
         return PassEnd::kOutputFailed;
     }
     decoder_.Reset();
@@ -258,7 +258,7 @@ PassEnd ParallelPass::DecodeBlock() {
         return PassEnd::kReadFailed;
     }
     decoder_.Add(n);
-    if (text_.Lines().Size() >= kOutputChunk && !out_.Post(text_.Lines())) {
+    if (text_.Lines().Size() >= kOutputChunk && !out_.Write(text_.Lines())) {
         return PassEnd::kOutputFailed;
     }
     return PassEnd::kDone;
