@@ -4,7 +4,7 @@ import os, re, shutil, signal, struct, subprocess, tempfile, time
 import pytest
 from conftest import BIN, ENV, SAMPLE, SOURCE, expand, run, sample, wait_for
 
-LV, REFERENCE = 'zel-tool/log-convert.json', SOURCE + '/../shared/v2-reference'
+LV, REFERENCE = 'zel-tool/log-convert.json', SOURCE + '/test/data/v2-reference'
 
 class Follow:
     """zel-tool log-convert ... FILE on a file holding records; its output is read as it runs."""
