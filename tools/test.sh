@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
-# Installs what is needed, builds the tool and its tests, and runs the whole suite; fuzzes each
-# fuzz target briefly; then runs the whole suite again built with AddressSanitizer and
-# UndefinedBehaviorSanitizer, on that build's own installed tree, and the conversion unit tests
-# (reader and writer threads, exit thread, stopping a follow) built with ThreadSanitizer. Each
-# build keeps its platform root (configuration, control socket) inside its build tree.
+# Installs what is needed, builds the tool and its tests, and runs the whole suite; builds the
+# Debian package once (tools/package.sh: Release build, lintian) and runs the packaging tests
+# (manual page, completion, install and purge in a sandbox) against it and this build's installed
+# tree; fuzzes each fuzz target briefly; then runs the whole suite again built with
+# AddressSanitizer and UndefinedBehaviorSanitizer, on that build's own installed tree, and the
+# conversion unit tests (reader and writer threads, exit thread, stopping a follow) built with
+# ThreadSanitizer. The sanitizer builds build only what their tests run. Each build keeps its
+# platform root (configuration, control socket) inside its build tree.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install-deps.sh test
@@ -12,6 +15,11 @@ jobs=$(nproc)
 cmake -S . -B build -DBUILD_TESTING=ON -DZEL_PLATFORM_ROOT="$PWD/build/root"
 cmake --build build -j"$jobs"
 ctest --test-dir build -j"$jobs" --output-on-failure
+
+bash tools/package.sh build-deb
+cmake --install build --prefix build/root/usr >/dev/null
+ZEL_TEST_BIN_DIR=$PWD/build/root/usr/bin ZEL_TEST_DEB_DIR=$PWD/build-deb ZEL_SOURCE_DIR=$PWD PYTHONDONTWRITEBYTECODE=1 \
+    pytest-3 -q -p no:cacheprovider test/packaging
 
 bash tools/fuzz.sh 10
 
@@ -34,9 +42,11 @@ sanitized_ctest() {
     return $status
 }
 
+# The suite's programs: the tool (and the manual page its install needs), the unit tests and the
+# fuzz targets' replay drivers.
 cmake -S . -B build-asan -DBUILD_TESTING=ON -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=ON \
     -DZEL_PLATFORM_ROOT="$PWD/build-asan/root"
-cmake --build build-asan -j"$jobs"
+cmake --build build-asan -j"$jobs" --target zel-tool docs unit_tests fuzz_record fuzz_convert fuzz_kvs fuzz_matcher
 sanitized_ctest build-asan
 
 cmake -S . -B build-tsan -DBUILD_TESTING=ON -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-fsanitize=thread \

@@ -7,6 +7,7 @@ import pytest
 BIN = Path(os.environ["ZEL_TEST_BIN_DIR"])
 SHARE = BIN.parent / "share"
 SOURCE = Path(os.environ["ZEL_SOURCE_DIR"])
+VERSION = re.search(r"project\(zel-tool VERSION ([\d.]+)", (SOURCE / "CMakeLists.txt").read_text())[1]
 
 # Sets the completion variables for a command line ending at the cursor, calls the function
 # registered for the command and prints the candidates.
@@ -62,7 +63,7 @@ def test_completion_offers_the_next_words_of_the_patterns(line, expected, tmp_pa
 
 def test_package_installs_and_runs_in_a_throwaway_root(tmp_path):
     (deb,) = Path(os.environ["ZEL_TEST_DEB_DIR"]).glob("zel-tool_*.deb")
-    assert run("dpkg-deb", "-f", deb, "Version").strip() == os.environ["ZEL_VERSION"]
+    assert run("dpkg-deb", "-f", deb, "Version").strip() == VERSION
     assert re.search(r"libdlt2 .*libstdc\+\+6 ", run("dpkg-deb", "-f", deb, "Depends"))
     shipped = sorted(str(p.relative_to(SOURCE / "conf")) for p in SOURCE.glob("conf/*/*.json"))
     assert run("dpkg-deb", "-I", deb, "conffiles").split() == ["/etc/zel-tool/conf/" + p for p in shipped]
@@ -86,7 +87,7 @@ def test_package_installs_and_runs_in_a_throwaway_root(tmp_path):
         if Path("/usr", lib).is_dir():
             (root / lib).symlink_to(f"usr/{lib}")
             sandbox += ["--ro-bind", f"/usr/{lib}", f"/usr/{lib}"]
-    assert run(*sandbox, "zel-tool", "-v") == f"command line tool version {os.environ['ZEL_VERSION']}\n"
+    assert run(*sandbox, "zel-tool", "-v") == f"command line tool version {VERSION}\n"
     assert sorted(run(*sandbox, "zel-tool", "-l").split("\n")[1:]) == ["", "\tlog-control", "\tlog-convert"]
     sample = run(BIN / "zel-tool", "log-convert", SOURCE / "samples/daemon-session.log")
     assert run(*sandbox, "log-convert", "/samples/daemon-session.log") == sample
