@@ -88,7 +88,8 @@ def test_package_installs_runs_and_purges_in_a_throwaway_root(old_conf, kept, pl
     for d in ("var/lib/dpkg/info", "var/lib/dpkg/updates", "bin", "host", "sbin", "deb", "samples", "proc", "dev", "tmp"):
         (root / d).mkdir(parents=True)
     (root / "bin/sh").symlink_to("/host/sh")
-    names = ["base-files", *depends]
+    arch = run("dpkg-deb", "-f", deb, "Architecture").strip()  # other architectures' libraries may be installed too
+    names = [f"{name}:{arch}" for name in ("base-files", *depends)]
     (admin / "status").write_text(run("dpkg-query", "-s", *names))
     for name in run("dpkg-query", "-W", "-f", "${binary:Package}\n", *names).split():
         files = Path(f"/var/lib/dpkg/info/{name}.list")
