@@ -53,7 +53,8 @@ struct ConfTree {
     ~ConfTree() { fs::remove_all(dir); }
     void Put(const std::string& plugin, const std::string& text) const { WriteFile(dir + plugin + ".json", text); }
     void Write(const std::string& plugin, const std::string& app, const Words& commands) const {
-        Put(plugin, nlohmann::ordered_json{{"app", app}, {"command", commands}, {"help", Words{}}}.dump());
+        const nlohmann::ordered_json conf{{"app", app}, {"command", commands}, {"help", Words{}}};
+        Put(plugin, conf.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));  // any bytes
     }
     std::string dir;
 };
