@@ -1,5 +1,5 @@
 // Helpers of the in-process tests: what std::cout receives, private files, and configuration
-// files of a tool name in this build's configuration directory.
+// files of a tool name in the test programs' configuration directory.
 #ifndef ZEL_TEST_SUPPORT_H
 #define ZEL_TEST_SUPPORT_H
 
@@ -43,7 +43,8 @@ struct TempDir {
 };
 
 // <user conf dir>/<tool>/ for a tool name of the test's own (by default one of this process
-// alone), made the tool name of the Configuration, and removed with everything in it.
+// alone), made the tool name of the Configuration, and removed with everything in it. Test
+// programs link configuration directories of their own, which nothing else writes.
 struct ConfTree {
     explicit ConfTree(const std::string& tool = "ut-" + std::to_string(getpid()))
         : dir(paths::kUserConfDir + tool + "/") {
