@@ -8,6 +8,8 @@
 namespace ara::log {
 namespace {
 
+using bytes::Reader;
+
 // Type info bits of a verbose argument.
 constexpr std::uint32_t kTypeLength = 0x0000000F;
 constexpr std::uint32_t kBool = 0x00000010;
@@ -64,52 +66,6 @@ void AppendHex(const std::uint8_t* data, std::size_t size, char separator, std::
     }
     out.pop_back();  // no separator after the last byte
 }
-
-// Reads integers in the payload's byte order, never past the end.
-class Reader {
-public:
-    Reader(const std::uint8_t* data, std::size_t size, bool bigEndian)
-        : data_(data), size_(size), bigEndian_(bigEndian) {}
-
-    std::size_t Position() const { return pos_; }
-    std::size_t Left() const { return size_ - pos_; }
-    const std::uint8_t* Here() const { return data_ + pos_; }
-
-    bool Skip(std::size_t n) {
-        if (Left() < n) {
-            return false;
-        }
-        pos_ += n;
-        return true;
-    }
-    // An integer of 1 to 8 bytes; any other width does not decode.
-    bool Unsigned(std::size_t bytes, std::uint64_t& value) {
-        if (bytes == 0 || bytes > sizeof(value) || Left() < bytes) {
-            return false;
-        }
-        value = bytes::Load(data_ + pos_, bytes, bigEndian_);
-        pos_ += bytes;
-        return true;
-    }
-    bool U16(std::uint16_t& value) {
-        std::uint64_t v = 0;
-        const bool ok = Unsigned(2, v);
-        value = static_cast<std::uint16_t>(v);
-        return ok;
-    }
-    bool U32(std::uint32_t& value) {
-        std::uint64_t v = 0;
-        const bool ok = Unsigned(4, v);
-        value = static_cast<std::uint32_t>(v);
-        return ok;
-    }
-
-private:
-    const std::uint8_t* data_;
-    std::size_t size_;
-    bool bigEndian_;
-    std::size_t pos_ = 0;
-};
 
 std::size_t LengthBytes(std::uint32_t typeInfo) {
     switch (typeInfo & kTypeLength) {
