@@ -83,21 +83,18 @@ namespace {
 using Layout = LogStorageMsg::Layout;
 enum class Outcome { kInvalid, kIncomplete, kComplete };
 
-// The payload format of a version 1 message, from its message info.
-PayloadFormat V1Format(const Layout& r, bool bigEndian) {
-    PayloadFormat format;
-    format.bigEndian = bigEndian;
-    const std::uint8_t type = (r.msin >> 1) & 0x07;
-    if (r.hasIds && (r.msin & 0x01) != 0) {
-        format.kind = PayloadFormat::Kind::kVerbose;
-        format.noar = r.noar;
-    } else if (r.hasIds && type == kMessageTypeControl) {
-        format.kind = PayloadFormat::Kind::kControl;
-        format.response = (r.msin >> 4) == kTypeInfoResponse;
+// The payload's kind: verbose arguments, a control message (a response carries a status) or
+// non-verbose data.
+void SetPayloadKind(bool verbose, bool control, Layout& r) {
+    if (verbose) {
+        r.format.kind = PayloadFormat::Kind::kVerbose;
+        r.format.noar = r.noar;
+    } else if (control) {
+        r.format.kind = PayloadFormat::Kind::kControl;
+        r.format.response = (r.msin >> 4) == kTypeInfoResponse;
     } else {
-        format.kind = PayloadFormat::Kind::kNonVerbose;
+        r.format.kind = PayloadFormat::Kind::kNonVerbose;
     }
-    return format;
 }
 
 Outcome ParseV1(const std::uint8_t* data, std::size_t size, Layout& r) {
@@ -140,7 +137,10 @@ Outcome ParseV1(const std::uint8_t* data, std::size_t size, Layout& r) {
         r.ctidLength = IdLength(r.ctid);
         p += kExtendedSize;
     }
-    r.format = V1Format(r, (htyp & kPayloadBigEndian) != 0);
+    r.format.bigEndian = (htyp & kPayloadBigEndian) != 0;
+    const bool verbose = (r.msin & 0x01) != 0;
+    const bool control = ((r.msin >> 1) & 0x07) == kMessageTypeControl;
+    SetPayloadKind(r.hasIds && verbose, r.hasIds && control, r);
     r.payload = p;
     return Outcome::kComplete;
 }
@@ -238,15 +238,7 @@ Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {
     r.storageTime.tv_nsec = V2StorageNanos(data + 9);
     r.mcnt = base[4];
     r.hasIds = (base[0] & kV2AppContextIds) != 0 && content != kContentNonVerbose;
-    if (content == kContentVerbose) {
-        r.format.kind = PayloadFormat::Kind::kVerbose;
-        r.format.noar = r.noar;
-    } else if (content == kContentControl) {
-        r.format.kind = PayloadFormat::Kind::kControl;
-        r.format.response = (r.msin >> 4) == kTypeInfoResponse;
-    } else {
-        r.format.kind = PayloadFormat::Kind::kNonVerbose;
-    }
+    SetPayloadKind(content == kContentVerbose, content == kContentControl, r);
     r.payload = base + kBaseSize + c.Position();
     return Outcome::kComplete;
 }
