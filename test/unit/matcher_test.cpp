@@ -87,7 +87,8 @@ TEST_F(ProcessorTest, ReadingsOverAllPatterns) {
     }
 }
 
-// The leniency of std::stoi, and errno as it leaves it: kept, but ERANGE beyond long's range.
+// The leniency of std::stoi, and errno as it leaves it: kept, also beyond int's range, but
+// ERANGE beyond long's.
 TEST(StringToIntTest, ReadsAsStoi) {
     const std::tuple<const char*, bool, int32_t, int> rows[] = {
         {"-7", true, -7, 42},
@@ -97,7 +98,7 @@ TEST(StringToIntTest, ReadsAsStoi) {
         {"2147483647", true, INT32_MAX, 42},
         {"-", false, 0, 42},
         {"", false, 0, 42},
-        {"2147483648", false, 0, 42},  // beyond int, within long
+        {"2147483648", false, 0, 42},
         {"99999999999999999999", false, 0, ERANGE},
     };
     for (const auto& [word, accepted, expected, errnoAfter] : rows) {
