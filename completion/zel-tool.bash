@@ -32,10 +32,33 @@ _zel_tool_next() {
     done
 }
 
-# The patterns the tool reports, one a line: blanks around "|" dropped, a placeholder of
-# several words <a b> split into one of each <a> <b>, an empty one <> dropped.
+# The command patterns of the tool named by $1, one a line, as "-a" lists them. "-a" lists
+# none when one configuration file cannot be read; then the "command" arrays of the files of
+# the configuration directory the tool reads (the system one when it can be opened) are read
+# here, so that one broken file does not take the other plug-ins' completion with it. "mcu" is
+# left out, as "-a" leaves it out.
+_zel_tool_listed_patterns() {
+    local dir='@ZEL_SYSTEM_CONF_DIR@' file text
+    local key='"command"[[:space:]]*:[[:space:]]*\[(.*)' item='^[[:space:]]*"(([^"\\]|\\.)*)"[[:space:]]*([],])'
+    "$1" -a 2>/dev/null | sed -n 's/^\t//p' | grep . && return
+    [[ -d $dir && -r $dir ]] || dir='@ZEL_USER_CONF_DIR@'
+    for file in "$dir/${1##*/}"/*.json; do
+        [[ $file != */mcu.json ]] || continue
+        text=$(cat "$file" 2>/dev/null)
+        [[ $text =~ $key ]] || continue
+        text=${BASH_REMATCH[1]}
+        while [[ $text =~ $item ]]; do
+            printf '%s\n' "${BASH_REMATCH[1]}"
+            [[ ${BASH_REMATCH[3]} == , ]] || break
+            text=${text:${#BASH_REMATCH[0]}}
+        done
+    done
+}
+
+# The patterns, one a line: blanks around "|" dropped, a placeholder of several words <a b>
+# split into one of each <a> <b>, an empty one <> dropped.
 _zel_tool_patterns() {
-    "$1" -a 2>/dev/null | sed -nE 's/^\t//; T; s/ *\| */|/g; :a; s/<([^> ]*) +([^>]*>)/<\1> <\2/; ta; s/<>//g; p'
+    _zel_tool_listed_patterns "$1" | sed -E 's/ *\| */|/g; :a; s/<([^> ]*) +([^>]*>)/<\1> <\2/; ta; s/<>//g'
 }
 
 _zel_tool() {

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds the tool and its unit tests for 64-bit Arm (cmake/aarch64-linux-gnu.cmake) and runs the
-# tests under qemu; then converts the shipped sample, the version 2 reference files (when
-# ../shared is there) and the generator's catalogue with the arm64 and the x86-64 build: the
-# outputs must be byte-identical. Installs the cross toolchain and qemu first. Run as root on Debian.
+# tests under qemu; then converts the shipped sample, the version 2 reference recordings
+# (test/data/v2-reference) and the generator's catalogue with the arm64 and the x86-64 build:
+# the outputs must be byte-identical. Installs the cross toolchain and qemu first. Run as root on Debian.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -28,8 +28,7 @@ ctest --test-dir $arm -L unit -j"$jobs" --output-on-failure -E 'ConvertTest.Plug
 
 inputs=$arm/inputs
 mkdir -p $inputs
-cp samples/daemon-session.log $inputs/
-cp ../shared/v2-reference/*.log $inputs/ 2>/dev/null || echo "no ../shared/v2-reference: its files are not compared"
+cp samples/daemon-session.log test/data/v2-reference/*.log $inputs/
 $host/tools/dlt-gen --catalogue $inputs/catalogue.log
 # Output and exit status of one conversion, into the file named first.
 convert() {
@@ -40,7 +39,7 @@ convert() {
 }
 export TZ=UTC
 status=0
-for input in $inputs/*.log; do
+for input in "$inputs"/*.log; do
     # shellcheck disable=SC2086
     for form in "" datatime manatime; do
         out=$input.${form:-both}

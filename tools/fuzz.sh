@@ -2,7 +2,7 @@
 # Builds the fuzz targets (test/fuzz) with clang's libFuzzer, AddressSanitizer and
 # UndefinedBehaviorSanitizer and runs each for SECONDS (default 30), two at a time: all of them or
 # those named after SECONDS (record, convert, parallel, kvs, matcher). Seeds: the sample, the version 2
-# reference files when ../shared is there, generator files, the configuration files; finds are kept
+# reference recordings (test/data), generator files, the configuration files; finds are kept
 # in build-fuzz/corpus. An input that crashes, hangs or runs out of memory is copied to
 # test/fuzz/regressions/<target>/, which the suite replays: commit it with the fix. Fails when any target fails.
 set -euo pipefail
@@ -18,8 +18,7 @@ cmake -S . -B $out -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInf
 cmake --build $out -j2 --target dlt-gen "${targets[@]/#/fuzz_}"
 
 mkdir -p $out/seeds/dlt
-cp samples/*.log $out/seeds/dlt/
-cp ../shared/v2-reference/*.log $out/seeds/dlt/ 2>/dev/null || true
+cp samples/*.log test/data/v2-reference/*.log $out/seeds/dlt/
 $out/tools/dlt-gen --catalogue $out/seeds/dlt/catalogue.log
 $out/tools/dlt-gen --records 40 --version 2 --seed 7 --out $out/seeds/dlt/gen-v2.log >/dev/null
 declare -A seeds=([record]="$out/seeds/dlt test/fuzz/corpus/dlt" [convert]="$out/seeds/dlt test/fuzz/corpus/dlt"

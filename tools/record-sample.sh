@@ -5,14 +5,17 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 work=$(mktemp -d)
-trap 'kill $receiver $daemon 2>/dev/null || true; rm -rf "$work"' EXIT
+# Stops what has been started so far, also on a Ctrl-C before both processes are running.
+pids=()
+trap 'kill "${pids[@]}" 2>/dev/null || true; rm -rf "$work"' EXIT
 
 printf 'ECUId = ECU1\nControlSocketPath = %s/ctrl.sock\nSharedMemorySize = 100000\n' "$work" >"$work/dlt.conf"
 dlt-daemon -c "$work/dlt.conf" -t "$work" -p 13579 >/dev/null 2>&1 &
-daemon=$!
+pids+=($!)
 sleep 0.5
 dlt-receive -o "$work/session.dlt" -p 13579 localhost >/dev/null 2>&1 &
 receiver=$!
+pids+=("$receiver")
 sleep 0.5
 export DLT_PIPE_DIR="$work"
 /usr/lib/libdlt-examples/dlt-example-user -n 8 -d 100 "hello from the sample" >/dev/null

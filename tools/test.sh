@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Installs what is needed, builds the tool and its tests, and runs the whole suite; fuzzes each
-# fuzz target briefly; then runs the whole suite again built with AddressSanitizer and
-# UndefinedBehaviorSanitizer, on that build's own installed tree, and the conversion unit tests
-# (reader and writer threads, exit thread, stopping a follow) built with ThreadSanitizer. Each
-# build keeps its platform root (configuration, control socket) inside its build tree and links
-# to the MCU over UDP ports of its own.
+# Installs what is needed, builds the tool and its tests, and runs the whole suite; builds the
+# Debian package once (tools/package.sh: Release build, lintian) and runs the packaging tests
+# (manual page, completion, install and purge in a sandbox) against it and this build's installed
+# tree; fuzzes each fuzz target briefly; then runs the whole suite again built with
+# AddressSanitizer and UndefinedBehaviorSanitizer, on that build's own installed tree, and the
+# conversion unit tests (reader and writer threads, exit thread, stopping a follow) built with
+# ThreadSanitizer. Each build keeps its platform root (configuration, control socket) inside its
+# build tree and links to the MCU over UDP ports of its own.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install-deps.sh test
@@ -27,6 +29,11 @@ print(*(x.getsockname()[1] for x in s))')
 configure build
 cmake --build build -j"$jobs"
 ctest --test-dir build -j"$jobs" --output-on-failure
+
+bash tools/package.sh build-deb
+cmake --install build --prefix build/root/usr >/dev/null
+ZEL_TEST_BIN_DIR=$PWD/build/root/usr/bin ZEL_TEST_DEB_DIR=$PWD/build-deb ZEL_SOURCE_DIR=$PWD PYTHONDONTWRITEBYTECODE=1 \
+    pytest-3 -q -p no:cacheprovider test/packaging
 
 bash tools/fuzz.sh 10
 

@@ -28,7 +28,7 @@ private:
     ara::log::Logger* logger_ = nullptr;
 };
 
-// The base name of a source path: the part after the last '/', a view into path.
+// The base name of a path: the part after the last '/', a view into path.
 ara::core::StringView GetFilename(const ara::core::StringView& path);
 
 }  // namespace zel::clt

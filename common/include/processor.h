@@ -19,12 +19,9 @@ class Processor {
 public:
     // True when the words have exactly one reading over all configured patterns.
     static bool CheckCmd(const std::vector<std::string>& input);
-    // True when the last word is an integer and the words before it pass CheckCmd.
+    // True when the last word is an integer (as StringToInt reads it) and the words before it
+    // pass CheckCmd.
     static bool CheckCmdWithPid(std::vector<std::string> input);
-    // The word read as the standard string-to-int conversion reads it (leading blanks and a
-    // sign accepted, trailing characters ignored: "12abc" is 12); false when it has no value
-    // or does not fit 32 bits. errno is left as it was.
-    static bool ToInt(const std::string& word, int32_t& value);
 
 private:
     using Reading = std::pair<uint32_t, uint32_t>;  // (element index, input word index)
@@ -41,8 +38,6 @@ private:
     static std::vector<std::string> ProcessInBracket(const std::string& x);
     static bool MatchOneElem(const std::string& x, const std::vector<std::string>& input, uint32_t index);
     static bool IsInt(const std::string& word);
-
-    friend class ProcessorTest;
 };
 
 }  // namespace zel::clt

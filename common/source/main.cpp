@@ -27,11 +27,7 @@ int main(int argc, char* argv[]) {
     // write; large writes (a piece of converted records) go to the descriptor without a copy.
     StandardOutput output;
 
-    std::string name = argc > 0 && argv[0] != nullptr ? argv[0] : "";
-    const auto slash = name.rfind('/');
-    if (slash != std::string::npos) {
-        name = name.substr(slash + 1);
-    }
+    const std::string name(zel::clt::GetFilename(argc > 0 && argv[0] != nullptr ? argv[0] : ""));
     int first = 0;
     if (name == zel::clt::kToolName || name == zel::clt::kDebugToolName) {
         Configuration::GetInstance().SetName(name);

@@ -1,10 +1,9 @@
 #include "processor.h"
 
-#include <cerrno>
 #include <iostream>
-#include <stdexcept>
 
 #include "configuration.h"
+#include "string_to_int.h"
 
 namespace zel::clt {
 namespace {
@@ -70,26 +69,9 @@ bool Processor::CheckCmdWithPid(std::vector<std::string> input) {
     return CheckCmd(input);
 }
 
-bool Processor::ToInt(const std::string& word, int32_t& value) {
-    const int savedErrno = errno;
-    errno = 0;
-    bool accepted = true;
-    try {
-        value = std::stoi(word);
-    } catch (const std::invalid_argument&) {
-        accepted = false;
-    } catch (const std::out_of_range&) {
-        accepted = false;
-    }
-    if (errno == 0) {
-        errno = savedErrno;
-    }
-    return accepted;
-}
-
 bool Processor::IsInt(const std::string& word) {
     int32_t ignored = 0;
-    return ToInt(word, ignored);
+    return StringToInt(word, ignored);
 }
 
 bool Processor::CheckBracket(const std::string& pattern) {

@@ -4,7 +4,7 @@ import glob, itertools, os, re, shutil, signal, struct, subprocess, tempfile, ti
 import pytest
 from conftest import BIN, ENV, SAMPLE, SOURCE, expand, run, sample, wait_for
 
-LV, REFERENCE = 'zel-tool/log-convert.json', SOURCE + '/../shared/v2-reference'
+LV, REFERENCE = 'zel-tool/log-convert.json', SOURCE + '/test/data/v2-reference'
 
 @pytest.fixture
 def shim(tmp_path):

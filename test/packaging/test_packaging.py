@@ -1,12 +1,13 @@
 """The manual page and the bash completion of the installed tree, and the Debian package run
 in a throwaway root."""
-import json, os, re, subprocess
+import json, os, re, shutil, subprocess
 from pathlib import Path
 import pytest
 
 BIN = Path(os.environ["ZEL_TEST_BIN_DIR"])
 SHARE = BIN.parent / "share"
 SOURCE = Path(os.environ["ZEL_SOURCE_DIR"])
+VERSION = re.search(r"project\(zel-tool VERSION ([\d.]+)", (SOURCE / "CMakeLists.txt").read_text())[1]
 
 # Sets the completion variables for a command line ending at the cursor, calls the function
 # registered for the command and prints the candidates.
@@ -60,36 +61,84 @@ def test_completion_offers_the_next_words_of_the_patterns(line, expected, tmp_pa
     script = SHARE / "bash-completion/completions" / line.split()[0]
     assert complete(script, line, cwd=tmp_path, env=env) == sorted(expected.split())
 
-def test_package_installs_and_runs_in_a_throwaway_root(tmp_path):
+# What the user has where the package puts its link to /etc/zel-tool/conf: file -> content (None: the
+# shipped file; ADDED: the shipped log-control.json with a pattern added).
+ADDED = "log-control reset {now | later} <from to> [all]"
+LEFTOVER = {"clt_plugin/clt.json": None, "zel-tool/log-control.json": ADDED, "zel-tool/broken.json": "{"}
+
+@pytest.mark.parametrize("old_conf, kept, plugins", [
+    # Nothing: the pattern is added to the installed file afterwards.
+    ({}, [], ["log-control", "log-convert"]),
+    # A directory (left by cmake --install, say): its files move to /etc, an edited shipped file is
+    # kept with the shipped one beside it, an unchanged one is dropped; completion survives the broken file.
+    (LEFTOVER, ["zel-tool/log-control.json"], ["broken", "log-control", "log-convert"]),
+])
+def test_package_installs_runs_and_purges_in_a_throwaway_root(old_conf, kept, plugins, tmp_path):
     (deb,) = Path(os.environ["ZEL_TEST_DEB_DIR"]).glob("zel-tool_*.deb")
-    assert run("dpkg-deb", "-f", deb, "Version").strip() == os.environ["ZEL_VERSION"]
-    assert re.search(r"libdlt2 .*libstdc\+\+6 ", run("dpkg-deb", "-f", deb, "Depends"))
+    assert run("dpkg-deb", "-f", deb, "Version").strip() == VERSION
+    depends = [d.split()[0] for d in run("dpkg-deb", "-f", deb, "Depends").split(",")]
+    assert {"libdlt2", "libstdc++6"} <= set(depends)
     shipped = sorted(str(p.relative_to(SOURCE / "conf")) for p in SOURCE.glob("conf/*/*.json"))
     assert run("dpkg-deb", "-I", deb, "conffiles").split() == ["/etc/zel-tool/conf/" + p for p in shipped]
 
-    root = tmp_path / "root"
-    run("dpkg-deb", "-x", deb, root)
-    for name in ("zel-tool", "zel-dbg", "log-control", "log-convert"):
-        assert (root / "usr/share/man/man1" / f"{name}.1.gz").is_file()
-        assert (root / "usr/share/bash-completion/completions" / name).is_file()
-    # A pattern added to the configuration is completed as it stands.
-    conf = root / "etc/zel-tool/conf/zel-tool/log-control.json"
-    content = json.loads(conf.read_text())
-    content["command"].append("log-control reset {now | later} <from to> [all]")
-    conf.write_text(json.dumps(content))
-
-    # The package's tree as root, with the machine's libraries and its programs in /host.
-    sandbox = ["bwrap", "--bind", root, "/", "--ro-bind", "/usr/bin", "/host", "--ro-bind", SOURCE / "samples",
-               "/samples", "--proc", "/proc", "--dev", "/dev", "--tmpfs", "/tmp", "--clearenv", "--setenv", "PATH",
-               "/usr/bin:/host"]
+    # A root for dpkg: the machine's records of base-files (which owns /etc, /usr, ...) and of the
+    # dependencies, base-files' directories, the machine's libraries and its programs in /host.
+    root, etc = tmp_path / "root", tmp_path / "root/etc/zel-tool/conf"
+    admin = root / "var/lib/dpkg"
+    for d in ("var/lib/dpkg/info", "var/lib/dpkg/updates", "bin", "host", "sbin", "deb", "samples", "proc", "dev", "tmp"):
+        (root / d).mkdir(parents=True)
+    (root / "bin/sh").symlink_to("/host/sh")
+    arch = run("dpkg-deb", "-f", deb, "Architecture").strip()  # other architectures' libraries may be installed too
+    names = [f"{name}:{arch}" for name in ("base-files", *depends)]
+    (admin / "status").write_text(run("dpkg-query", "-s", *names))
+    for name in run("dpkg-query", "-W", "-f", "${binary:Package}\n", *names).split():
+        files = Path(f"/var/lib/dpkg/info/{name}.list")
+        shutil.copy(files, admin / "info")
+        for line in files.read_text().splitlines() if name == "base-files" else []:
+            if Path(line).is_dir() and not Path(line).is_symlink():
+                (root / line[1:]).mkdir(parents=True, exist_ok=True)
+    sandbox = ["bwrap", "--bind", root, "/", "--ro-bind", "/usr/bin", "/host", "--ro-bind", "/usr/sbin", "/sbin",
+               "--ro-bind", deb.parent, "/deb", "--ro-bind", SOURCE / "samples", "/samples", "--proc", "/proc",
+               "--dev", "/dev", "--tmpfs", "/tmp", "--clearenv", "--setenv", "PATH", "/usr/bin:/host:/sbin"]
     for lib in ("lib", "lib64"):
         if Path("/usr", lib).is_dir():
             (root / lib).symlink_to(f"usr/{lib}")
+            (root / "usr" / lib).mkdir(parents=True, exist_ok=True)
             sandbox += ["--ro-bind", f"/usr/{lib}", f"/usr/{lib}"]
-    assert run(*sandbox, "zel-tool", "-v") == f"command line tool version {os.environ['ZEL_VERSION']}\n"
-    assert sorted(run(*sandbox, "zel-tool", "-l").split("\n")[1:]) == ["", "\tlog-control", "\tlog-convert"]
+    tree = lambda: {p for p in root.rglob("*") if admin not in p.parents}
+    before = tree()
+
+    def dpkg(*args):
+        done = subprocess.run([*sandbox, "dpkg", *args], capture_output=True, text=True)
+        assert done.returncode == 0, done.stderr
+        return done.stderr
+
+    edited = json.loads((SOURCE / "conf/zel-tool/log-control.json").read_text())
+    edited["command"].append(ADDED)
+    for name, content in old_conf.items():
+        path = root / "opt/usr/command_line_tool/conf" / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(json.dumps(edited) if content == ADDED else content or (SOURCE / "conf" / name).read_text())
+    assert dpkg("-i", f"/deb/{deb.name}") == "".join(
+        f"zel-tool: kept your /opt/usr/command_line_tool/conf/{f} as /etc/zel-tool/conf/{f}; "
+        f"the shipped version is /etc/zel-tool/conf/{f}.dpkg-dist\n" for f in kept)
+    assert os.readlink(root / "opt/usr/command_line_tool/conf") == "/etc/zel-tool/conf"
+    for f in kept:
+        assert (etc / f"{f}.dpkg-dist").read_text() == (SOURCE / "conf" / f).read_text()
+    if not old_conf:
+        (etc / "zel-tool/log-control.json").write_text(json.dumps(edited))
+
+    for name in ("zel-tool", "zel-dbg", "log-control", "log-convert"):
+        assert (root / "usr/share/man/man1" / f"{name}.1.gz").is_file()
+        assert (root / "usr/share/bash-completion/completions" / name).is_file()
+    assert run(*sandbox, "zel-tool", "-v") == f"command line tool version {VERSION}\n"
+    assert sorted(run(*sandbox, "zel-tool", "-l").split("\n")[1:]) == ["", *("\t" + p for p in plugins)]
     sample = run(BIN / "zel-tool", "log-convert", SOURCE / "samples/daemon-session.log")
     assert run(*sandbox, "log-convert", "/samples/daemon-session.log") == sample
     completion = "/usr/share/bash-completion/completions/log-control"
     assert complete(completion, "log-control reset ", *sandbox) == ["later", "now"]
     assert complete(completion, "log-control reset later 1 2 ", *sandbox) == ["all"]
+
+    # Purge leaves the root as it was before the user's directory, and dpkg warns about nothing.
+    assert dpkg("--purge", "zel-tool") == ""
+    assert tree() == before

@@ -87,7 +87,7 @@ TEST(DecoderTest, PayloadText) {
     }
 }
 
-// Two records of the COVESA version 2 writer (shared/v2-reference/s1-verbose.log, records 0
+// Two records of the COVESA version 2 writer (test/data/v2-reference/s1-verbose.log, records 0
 // and 7): a control response without ids, and a log message with file, line and tags.
 TEST(DecoderTest, VersionTwoWriterBytes) {
     const auto hex = [](const char* text) {

@@ -1,5 +1,5 @@
 // Helpers of the in-process tests: what std::cout receives, private files, and configuration
-// files of a tool name in this build's configuration directory.
+// files of a tool name in the test programs' configuration directory.
 #ifndef ZEL_TEST_SUPPORT_H
 #define ZEL_TEST_SUPPORT_H
 
@@ -69,7 +69,8 @@ struct TempDir {
 };
 
 // <user conf dir>/<tool>/ for a tool name of the test's own (by default one of this process
-// alone), made the tool name of the Configuration, and removed with everything in it.
+// alone), made the tool name of the Configuration, and removed with everything in it. Test
+// programs link configuration directories of their own, which nothing else writes.
 struct ConfTree {
     explicit ConfTree(const std::string& tool = "ut-" + std::to_string(getpid()))
         : dir(paths::kUserConfDir + tool + "/") {
@@ -79,7 +80,8 @@ struct ConfTree {
     ~ConfTree() { fs::remove_all(dir); }
     void Put(const std::string& plugin, const std::string& text) const { WriteFile(dir + plugin + ".json", text); }
     void Write(const std::string& plugin, const std::string& app, const Words& commands) const {
-        Put(plugin, nlohmann::ordered_json{{"app", app}, {"command", commands}, {"help", Words{}}}.dump());
+        const nlohmann::ordered_json conf{{"app", app}, {"command", commands}, {"help", Words{}}};
+        Put(plugin, conf.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));  // any bytes
     }
     std::string dir;
 };

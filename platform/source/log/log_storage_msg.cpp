@@ -12,6 +12,7 @@ namespace {
 using bytes::IdLength;
 using bytes::LoadBe;
 using bytes::LoadLe;
+using bytes::Reader;
 
 constexpr std::size_t kMarkSize = 4;
 constexpr std::size_t kV1StorageSize = 16;
@@ -54,48 +55,6 @@ void AssignText(Id& id, const std::uint8_t* p, std::size_t length) {
 // A mark at p, whose four bytes are there.
 bool IsMark(const std::uint8_t* p) { return LogStorageMsg::StartsWithMark(p, kMarkSize); }
 
-// Walks the header fields of a version 2 message, never past its end.
-class Cursor {
-public:
-    Cursor(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
-    bool Has(std::size_t n) const { return size_ - pos_ >= n; }
-    const std::uint8_t* Take(std::size_t n) {
-        const std::uint8_t* p = data_ + pos_;
-        pos_ += n;
-        return p;
-    }
-    bool Skip(std::size_t n) {
-        if (!Has(n)) {
-            return false;
-        }
-        pos_ += n;
-        return true;
-    }
-    // A length byte followed by that many bytes.
-    bool Text(const std::uint8_t*& text, std::size_t& length) {
-        if (!Has(1)) {
-            return false;
-        }
-        length = *Take(1);
-        if (!Has(length)) {
-            return false;
-        }
-        text = Take(length);
-        return true;
-    }
-    bool SkipText() {
-        const std::uint8_t* ignored = nullptr;
-        std::size_t length = 0;
-        return Text(ignored, length);
-    }
-    std::size_t Position() const { return pos_; }
-
-private:
-    const std::uint8_t* data_;
-    std::size_t size_;
-    std::size_t pos_ = 0;
-};
-
 }  // namespace
 
 // What the header walk of one record found: everything the record line needs but the payload
@@ -123,21 +82,18 @@ namespace {
 using Layout = LogStorageMsg::Layout;
 enum class Outcome { kInvalid, kIncomplete, kComplete };
 
-// The payload format of a version 1 message, from its message info.
-PayloadFormat V1Format(const Layout& r, bool bigEndian) {
-    PayloadFormat format;
-    format.bigEndian = bigEndian;
-    const std::uint8_t type = (r.msin >> 1) & 0x07;
-    if (r.hasIds && (r.msin & 0x01) != 0) {
-        format.kind = PayloadFormat::Kind::kVerbose;
-        format.noar = r.noar;
-    } else if (r.hasIds && type == kMessageTypeControl) {
-        format.kind = PayloadFormat::Kind::kControl;
-        format.response = (r.msin >> 4) == kTypeInfoResponse;
+// The payload's kind: verbose arguments, a control message (a response carries a status) or
+// non-verbose data.
+void SetPayloadKind(bool verbose, bool control, Layout& r) {
+    if (verbose) {
+        r.format.kind = PayloadFormat::Kind::kVerbose;
+        r.format.noar = r.noar;
+    } else if (control) {
+        r.format.kind = PayloadFormat::Kind::kControl;
+        r.format.response = (r.msin >> 4) == kTypeInfoResponse;
     } else {
-        format.kind = PayloadFormat::Kind::kNonVerbose;
+        r.format.kind = PayloadFormat::Kind::kNonVerbose;
     }
-    return format;
 }
 
 Outcome ParseV1(const std::uint8_t* data, std::size_t size, Layout& r) {
@@ -180,41 +136,42 @@ Outcome ParseV1(const std::uint8_t* data, std::size_t size, Layout& r) {
         r.ctidLength = IdLength(r.ctid);
         p += kExtendedSize;
     }
-    r.format = V1Format(r, (htyp & kPayloadBigEndian) != 0);
+    r.format.bigEndian = (htyp & kPayloadBigEndian) != 0;
+    const bool verbose = (r.msin & 0x01) != 0;
+    const bool control = ((r.msin >> 1) & 0x07) == kMessageTypeControl;
+    SetPayloadKind(r.hasIds && verbose, r.hasIds && control, r);
     r.payload = p;
     return Outcome::kComplete;
 }
 
 // Version 2 base header after HTYP2, MCNT and LEN: message info, argument count, time stamp and
 // message id as the content type has them.
-bool ParseV2Conditional(std::uint8_t content, Cursor& c, Layout& r) {
+bool ParseV2Conditional(std::uint8_t content, Reader& c, Layout& r) {
     if (content != kContentNonVerbose) {
-        if (!c.Has(2)) {
+        const std::uint8_t* info = c.Take(2);
+        if (info == nullptr) {
             return false;
         }
-        r.msin = *c.Take(1);
-        r.noar = *c.Take(1);
+        r.msin = info[0];
+        r.noar = info[1];
     }
     if (content != kContentControl) {
-        if (!c.Has(9)) {
+        const std::uint8_t* t = c.Take(9);
+        if (t == nullptr) {
             return false;
         }
-        const std::uint8_t* t = c.Take(9);
         r.dataTime.tv_nsec = static_cast<long>(LoadBe(t, 4) & 0x7FFFFFFF);  // bit 31: since the ECU started
         r.dataTime.tv_sec = static_cast<time_t>(LoadBe(t + 4, 5));
     }
     if (content == kContentNonVerbose) {
-        if (!c.Has(4)) {
-            return false;
-        }
         r.format.hasMessageId = true;
-        r.format.messageId = static_cast<std::uint32_t>(LoadBe(c.Take(4), 4));
+        return c.U32(r.format.messageId);
     }
     return true;
 }
 
 // Version 2 extension header: its fields in the order of their flags.
-bool ParseV2Extension(std::uint8_t htyp0, std::uint8_t htyp1, Cursor& c, Layout& r) {
+bool ParseV2Extension(std::uint8_t htyp0, std::uint8_t htyp1, Reader& c, Layout& r) {
     if ((htyp0 & kV2EcuId) != 0 && !c.SkipText()) {
         return false;
     }
@@ -228,10 +185,11 @@ bool ParseV2Extension(std::uint8_t htyp0, std::uint8_t htyp1, Cursor& c, Layout&
         return false;
     }
     if ((htyp1 & kV2Tags) != 0) {
-        if (!c.Has(1)) {
+        const std::uint8_t* count = c.Take(1);
+        if (count == nullptr) {
             return false;
         }
-        for (std::size_t tags = *c.Take(1); tags > 0; --tags) {
+        for (std::size_t tags = *count; tags > 0; --tags) {
             if (!c.SkipText()) {
                 return false;
             }
@@ -271,7 +229,7 @@ Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {
     if (r.length > size) {
         return Outcome::kIncomplete;
     }
-    Cursor c(base + kBaseSize, len - kBaseSize);
+    Reader c(base + kBaseSize, len - kBaseSize, /*bigEndian=*/true);
     if (!ParseV2Conditional(content, c, r) || !ParseV2Extension(base[0], base[1], c, r)) {
         return Outcome::kInvalid;
     }
@@ -279,15 +237,7 @@ Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {
     r.storageTime.tv_nsec = V2StorageNanos(data + 9);
     r.mcnt = base[4];
     r.hasIds = (base[0] & kV2AppContextIds) != 0 && content != kContentNonVerbose;
-    if (content == kContentVerbose) {
-        r.format.kind = PayloadFormat::Kind::kVerbose;
-        r.format.noar = r.noar;
-    } else if (content == kContentControl) {
-        r.format.kind = PayloadFormat::Kind::kControl;
-        r.format.response = (r.msin >> 4) == kTypeInfoResponse;
-    } else {
-        r.format.kind = PayloadFormat::Kind::kNonVerbose;
-    }
+    SetPayloadKind(content == kContentVerbose, content == kContentControl, r);
     r.payload = base + kBaseSize + c.Position();
     return Outcome::kComplete;
 }

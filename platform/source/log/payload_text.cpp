@@ -8,6 +8,8 @@
 namespace ara::log {
 namespace {
 
+using bytes::Reader;
+
 // Type info bits of a verbose argument.
 constexpr std::uint32_t kTypeLength = 0x0000000F;
 constexpr std::uint32_t kBool = 0x00000010;
@@ -65,52 +67,6 @@ void AppendHex(const std::uint8_t* data, std::size_t size, char separator, std::
     out.pop_back();  // no separator after the last byte
 }
 
-// Reads integers in the payload's byte order, never past the end.
-class Reader {
-public:
-    Reader(const std::uint8_t* data, std::size_t size, bool bigEndian)
-        : data_(data), size_(size), bigEndian_(bigEndian) {}
-
-    std::size_t Position() const { return pos_; }
-    std::size_t Left() const { return size_ - pos_; }
-    const std::uint8_t* Here() const { return data_ + pos_; }
-
-    bool Skip(std::size_t n) {
-        if (Left() < n) {
-            return false;
-        }
-        pos_ += n;
-        return true;
-    }
-    // An integer of 1 to 8 bytes; any other width does not decode.
-    bool Unsigned(std::size_t bytes, std::uint64_t& value) {
-        if (bytes == 0 || bytes > sizeof(value) || Left() < bytes) {
-            return false;
-        }
-        value = bytes::Load(data_ + pos_, bytes, bigEndian_);
-        pos_ += bytes;
-        return true;
-    }
-    bool U16(std::uint16_t& value) {
-        std::uint64_t v = 0;
-        const bool ok = Unsigned(2, v);
-        value = static_cast<std::uint16_t>(v);
-        return ok;
-    }
-    bool U32(std::uint32_t& value) {
-        std::uint64_t v = 0;
-        const bool ok = Unsigned(4, v);
-        value = static_cast<std::uint32_t>(v);
-        return ok;
-    }
-
-private:
-    const std::uint8_t* data_;
-    std::size_t size_;
-    bool bigEndian_;
-    std::size_t pos_ = 0;
-};
-
 std::size_t LengthBytes(std::uint32_t typeInfo) {
     switch (typeInfo & kTypeLength) {
         case 1:
@@ -160,99 +116,23 @@ void AppendBinary(std::uint64_t value, std::size_t bytes, std::string& out) {
 
 // As printf's %g: six significant digits, the shorter of fixed and exponent notation.
 void AppendFloat(std::uint64_t raw, std::size_t bytes, std::string& out) {
-    char text[64];
-    char* end = text;
+    double value;
     if (bytes == 4) {
         const auto bits = static_cast<std::uint32_t>(raw);
         float f;
         std::memcpy(&f, &bits, sizeof(f));
-        end = std::to_chars(text, text + sizeof(text), static_cast<double>(f), std::chars_format::general, 6).ptr;
+        value = f;
     } else {
-        double d;
-        std::memcpy(&d, &raw, sizeof(d));
-        end = std::to_chars(text, text + sizeof(text), d, std::chars_format::general, 6).ptr;
+        std::memcpy(&value, &raw, sizeof(value));
     }
+    char text[64];
+    const char* end = std::to_chars(text, text + sizeof(text), value, std::chars_format::general, 6).ptr;
     out.append(text, static_cast<std::size_t>(end - text));
 }
 
-// The name (and unit) that a variable-info argument carries in front of its value.
-bool SkipNameAndUnit(Reader& r, bool withUnit) {
-    std::uint16_t nameLength = 0;
-    std::uint16_t unitLength = 0;
-    if (!r.U16(nameLength) || (withUnit && !r.U16(unitLength))) {
-        return false;
-    }
-    return r.Skip(nameLength) && r.Skip(unitLength);
-}
-
-bool AppendArgument(Reader& r, std::string& out) {
-    std::uint32_t typeInfo = 0;
-    if (!r.U32(typeInfo)) {
-        return false;
-    }
-    const bool variable = (typeInfo & kVariable) != 0;
-    if ((typeInfo & (kString | kRaw)) != 0) {
-        std::uint16_t length = 0;
-        if (!r.U16(length) || (variable && !SkipNameAndUnit(r, false)) || r.Left() < length) {
-            return false;
-        }
-        const std::uint8_t* data = r.Here();
-        r.Skip(length);
-        if ((typeInfo & kString) != 0) {
-            // up to the first NUL, with CR and LF as blanks
-            const void* nul = std::memchr(data, 0, length);
-            const std::size_t textLength = nul == nullptr ? length : static_cast<const std::uint8_t*>(nul) - data;
-            const std::size_t start = out.size();
-            out.append(reinterpret_cast<const char*>(data), textLength);
-            for (const char lineEnd : {'\r', '\n'}) {
-                char* at = out.data() + start;
-                while ((at = static_cast<char*>(std::memchr(at, lineEnd, out.data() + out.size() - at))) != nullptr) {
-                    *at = ' ';
-                }
-            }
-        } else {
-            AppendHex(data, length, '\'', out);
-        }
-        return true;
-    }
-    if ((typeInfo & kFixedPoint) != 0) {
-        return false;  // no writer in use sends fixed-point values
-    }
-    const std::size_t bytes = LengthBytes(typeInfo);
-    if ((typeInfo & kBool) != 0) {
-        // a boolean is one byte; some writers leave its length code at 0
-        const std::size_t boolBytes = bytes == 0 ? 1 : bytes;
-        std::uint64_t value = 0;
-        if ((variable && !SkipNameAndUnit(r, false)) || !r.Unsigned(boolBytes, value)) {
-            return false;
-        }
-        AppendDecimal(value, out);
-        return true;
-    }
-    if ((typeInfo & (kSint | kUint | kFloat)) == 0 || bytes == 0) {
-        return false;
-    }
-    if (variable && !SkipNameAndUnit(r, true)) {
-        return false;
-    }
-    const bool isFloat = (typeInfo & kFloat) != 0;
-    if (bytes == 16 || (isFloat && bytes == 2)) {
-        if (r.Left() < bytes) {
-            return false;
-        }
-        AppendHex(r.Here(), bytes, ' ', out);
-        return r.Skip(bytes);
-    }
-    std::uint64_t value = 0;
-    if (!r.Unsigned(bytes, value)) {
-        return false;
-    }
-    if (isFloat) {
-        if (bytes == 1) {
-            return false;
-        }
-        AppendFloat(value, bytes, out);
-    } else if ((typeInfo & kSint) != 0) {
+// Signed integers in decimal; unsigned ones in decimal, or hex or binary when the coding asks.
+void AppendInteger(std::uint32_t typeInfo, std::uint64_t value, std::size_t bytes, std::string& out) {
+    if ((typeInfo & kSint) != 0) {
         AppendSigned(value, bytes, out);
     } else if ((typeInfo & kCoding) == kCodingHex) {
         AppendHexNumber(value, bytes, out);
@@ -261,7 +141,107 @@ bool AppendArgument(Reader& r, std::string& out) {
     } else {
         AppendDecimal(value, out);
     }
+}
+
+// Text up to its first NUL, with CR and LF as blanks.
+void AppendText(const std::uint8_t* data, std::size_t length, std::string& out) {
+    const void* nul = std::memchr(data, 0, length);
+    const std::size_t textLength = nul == nullptr ? length : static_cast<const std::uint8_t*>(nul) - data;
+    const std::size_t start = out.size();
+    out.append(reinterpret_cast<const char*>(data), textLength);
+    for (const char lineEnd : {'\r', '\n'}) {
+        char* at = out.data() + start;
+        while ((at = static_cast<char*>(std::memchr(at, lineEnd, out.data() + out.size() - at))) != nullptr) {
+            *at = ' ';
+        }
+    }
+}
+
+// Skips the name (and unit) that a variable-info argument carries in front of its value; other
+// arguments carry none.
+bool SkipNameAndUnit(std::uint32_t typeInfo, Reader& r, bool withUnit) {
+    if ((typeInfo & kVariable) == 0) {
+        return true;
+    }
+    std::uint16_t nameLength = 0;
+    std::uint16_t unitLength = 0;
+    if (!r.U16(nameLength) || (withUnit && !r.U16(unitLength))) {
+        return false;
+    }
+    return r.Skip(nameLength) && r.Skip(unitLength);
+}
+
+// A string, or raw data as hex bytes joined by "'".
+bool AppendStringOrRaw(std::uint32_t typeInfo, Reader& r, std::string& out) {
+    std::uint16_t length = 0;
+    if (!r.U16(length) || !SkipNameAndUnit(typeInfo, r, false)) {
+        return false;
+    }
+    const std::uint8_t* data = r.Take(length);
+    if (data == nullptr) {
+        return false;
+    }
+    if ((typeInfo & kString) != 0) {
+        AppendText(data, length, out);
+    } else {
+        AppendHex(data, length, '\'', out);
+    }
     return true;
+}
+
+// A boolean is one byte; some writers leave its length code at 0.
+bool AppendBool(std::uint32_t typeInfo, Reader& r, std::string& out) {
+    const std::size_t bytes = LengthBytes(typeInfo);
+    std::uint64_t value = 0;
+    if (!SkipNameAndUnit(typeInfo, r, false) || !r.Unsigned(bytes == 0 ? 1 : bytes, value)) {
+        return false;
+    }
+    AppendDecimal(value, out);
+    return true;
+}
+
+// Integers and floats; 128-bit values and 16-bit floats as hex bytes joined by blanks.
+bool AppendNumber(std::uint32_t typeInfo, Reader& r, std::string& out) {
+    const std::size_t bytes = LengthBytes(typeInfo);
+    if ((typeInfo & (kSint | kUint | kFloat)) == 0 || bytes == 0 || !SkipNameAndUnit(typeInfo, r, true)) {
+        return false;
+    }
+    const bool isFloat = (typeInfo & kFloat) != 0;
+    if (bytes == 16 || (isFloat && bytes == 2)) {
+        const std::uint8_t* data = r.Take(bytes);
+        if (data == nullptr) {
+            return false;
+        }
+        AppendHex(data, bytes, ' ', out);
+        return true;
+    }
+    std::uint64_t value = 0;
+    if (!r.Unsigned(bytes, value) || (isFloat && bytes == 1)) {
+        return false;
+    }
+    if (isFloat) {
+        AppendFloat(value, bytes, out);
+    } else {
+        AppendInteger(typeInfo, value, bytes, out);
+    }
+    return true;
+}
+
+bool AppendArgument(Reader& r, std::string& out) {
+    std::uint32_t typeInfo = 0;
+    if (!r.U32(typeInfo)) {
+        return false;
+    }
+    if ((typeInfo & (kString | kRaw)) != 0) {
+        return AppendStringOrRaw(typeInfo, r, out);
+    }
+    if ((typeInfo & kFixedPoint) != 0) {
+        return false;  // no writer in use sends fixed-point values
+    }
+    if ((typeInfo & kBool) != 0) {
+        return AppendBool(typeInfo, r, out);
+    }
+    return AppendNumber(typeInfo, r, out);
 }
 
 void AppendVerbose(const PayloadFormat& format, const std::uint8_t* data, std::size_t size, std::string& out) {

@@ -54,15 +54,9 @@ char* SystemTime::WriteSystemTime(const timespec& time, char* out) {
     return WriteMicros(micros, out + cachedLength);
 }
 
-void SystemTime::AppendSystemTime(const timespec& time, core::String& out) {
-    char text[kMaxTextSize];
-    out.append(text, static_cast<std::size_t>(WriteSystemTime(time, text) - text));
-}
-
 core::String SystemTime::SystemTimeToString(const timespec& time) {
-    core::String text;
-    AppendSystemTime(time, text);
-    return text;
+    char text[kMaxTextSize];
+    return core::String(text, WriteSystemTime(time, text));
 }
 
 }  // namespace ara::log

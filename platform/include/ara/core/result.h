@@ -19,15 +19,10 @@ public:
     Result(const E& error) : data_(std::in_place_index<1>, error) {}
     Result(E&& error) : data_(std::in_place_index<1>, std::move(error)) {}
 
-    static Result FromValue(T value) { return Result(std::move(value)); }
-    static Result FromError(E error) { return Result(std::move(error)); }
-
     bool HasValue() const noexcept { return data_.index() == 0; }
-    explicit operator bool() const noexcept { return HasValue(); }
 
     const T& Value() const& { return *Checked<0>(); }
     T& Value() & { return *Checked<0>(); }
-    T&& Value() && { return std::move(*Checked<0>()); }
     const E& Error() const& { return *Checked<1>(); }
 
 private:
@@ -50,11 +45,7 @@ public:
     Result() = default;
     Result(const E& error) : error_(error), ok_(false) {}
 
-    static Result FromValue() { return Result(); }
-    static Result FromError(E error) { return Result(std::move(error)); }
-
     bool HasValue() const noexcept { return ok_; }
-    explicit operator bool() const noexcept { return ok_; }
     const E& Error() const& {
         if (ok_) {
             std::abort();

@@ -22,8 +22,6 @@ inline constexpr std::string_view kLogLevelNames[] = {"off", "fatal", "error", "
 
 enum class LogMode : std::uint8_t {
     kRemote = 0x01,
-    kFile = 0x02,
-    kConsole = 0x04,
 };
 
 }  // namespace ara::log

@@ -35,7 +35,6 @@ public:
     // The type info of the message info: the level of a log message (possibly out of range).
     LogLevel GetLogLevel() const { return static_cast<LogLevel>(msin_ >> 4); }
     MessageType GetMessageType() const { return static_cast<MessageType>((msin_ >> 1) & 0x07); }
-    bool IsVerbose() const { return (msin_ & 0x01) != 0; }
 
 private:
     friend class LogStorageMsg;

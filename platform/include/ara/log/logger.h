@@ -19,12 +19,8 @@ public:
     Logger(const Logger&) = delete;
     Logger& operator=(const Logger&) = delete;
 
-    LogStream LogFatal() const { return LogStream(*this, LogLevel::kFatal); }
     LogStream LogError() const { return LogStream(*this, LogLevel::kError); }
-    LogStream LogWarn() const { return LogStream(*this, LogLevel::kWarn); }
-    LogStream LogInfo() const { return LogStream(*this, LogLevel::kInfo); }
     LogStream LogDebug() const { return LogStream(*this, LogLevel::kDebug); }
-    LogStream LogVerbose() const { return LogStream(*this, LogLevel::kVerbose); }
 
     struct Context;  // libdlt's context, kept out of this header
     Context& GetContext() const { return *context_; }

@@ -14,8 +14,6 @@ public:
     // Local calendar time "YYYY/MM/DD HH:MM:SS.uuuuuu"; a time before 2000-01-01 is a time
     // since start-up and reads as seconds with six decimals ("12.345600").
     static core::String SystemTimeToString(const timespec& time);
-    // The same text, appended to out.
-    static void AppendSystemTime(const timespec& time, core::String& out);
     // The same text, written at out, which has room for kMaxTextSize characters; returns the
     // end of what was written.
     static constexpr std::size_t kMaxTextSize = 64;

@@ -7,7 +7,7 @@
 
 #include "configuration.h"
 #include "plugin_factory.h"
-#include "processor.h"
+#include "string_to_int.h"
 
 namespace zel::clt {
 namespace {
@@ -18,7 +18,7 @@ constexpr char kContinue[] = "continue";
 
 // The count after "continue".
 bool ToInt(const std::string& word, int32_t& value) {
-    if (Processor::ToInt(word, value)) {
+    if (StringToInt(word, value)) {
         return true;
     }
     std::cout << "error, num can not convert to be int" << std::endl;
