@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets (test/fuzz) with clang's libFuzzer, AddressSanitizer and
 # UndefinedBehaviorSanitizer and runs each for SECONDS (default 30), two at a time: all of them or
-# those named after SECONDS (record, convert, parallel, kvs, matcher). Seeds: the sample, the version 2
+# those named after SECONDS (convert, parallel, kvs, matcher). Seeds: the sample, the version 2
 # reference recordings (test/data), generator files, the configuration files; finds are kept
 # in build-fuzz/corpus. An input that crashes, hangs or runs out of memory is copied to
 # test/fuzz/regressions/<target>/, which the suite replays: commit it with the fix. Fails when any target fails.
@@ -9,7 +9,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-30}
 targets=("${@:2}")
-[[ ${#targets[@]} -gt 0 ]] || targets=(record convert parallel kvs matcher)
+[[ ${#targets[@]} -gt 0 ]] || targets=(convert parallel kvs matcher)
 bash tools/install-deps.sh build clang libclang-rt-14-dev
 
 out=build-fuzz
@@ -21,8 +21,8 @@ mkdir -p $out/seeds/dlt
 cp samples/*.log test/data/v2-reference/*.log $out/seeds/dlt/
 $out/tools/dlt-gen --catalogue $out/seeds/dlt/catalogue.log
 $out/tools/dlt-gen --records 40 --version 2 --seed 7 --out $out/seeds/dlt/gen-v2.log >/dev/null
-declare -A seeds=([record]="$out/seeds/dlt test/fuzz/corpus/dlt" [convert]="$out/seeds/dlt test/fuzz/corpus/dlt"
-    [parallel]="test/fuzz/corpus/parallel test/fuzz/corpus/dlt"
+declare -A seeds=([convert]="$out/seeds/dlt test/fuzz/corpus/dlt"
+    [parallel]="test/fuzz/corpus/parallel test/fuzz/corpus/dlt $out/seeds/dlt"
     [kvs]="test/fuzz/corpus/kvs conf/zel-tool conf/zel-dbg conf/clt_plugin" [matcher]="test/fuzz/corpus/matcher")
 
 run() {

@@ -1,5 +1,5 @@
 """The installed tool under this build's platform root, its shipped configuration (put back
-around every test), a recorded log, and private DLT daemons."""
+before every test), a recorded log, and private DLT daemons."""
 import json, os, shutil, socket, subprocess, tempfile, time
 import pytest
 
@@ -33,16 +33,12 @@ def wait_for(done, timeout=60):
         time.sleep(0.01)
     return True
 
-def restore_conf():
+@pytest.fixture(autouse=True)
+def shipped_conf():
+    """Every test starts from the shipped configuration alone."""
     shutil.rmtree(SYSTEM_CONF, ignore_errors=True)
     shutil.rmtree(USER_CONF, ignore_errors=True)
     shutil.copytree(SOURCE + '/conf', USER_CONF)
-
-@pytest.fixture(autouse=True)
-def shipped_conf():
-    restore_conf()
-    yield
-    restore_conf()
 
 def sample(*words):
     """The records of the recorded sample session, and the lines the tool prints for them."""

@@ -126,12 +126,10 @@ def test_silent_without_daemon():
 @pytest.fixture
 def full_disk(tmp_path):
     """A file on a small file system that is already full."""
-    mount = tmp_path / 'full'
-    mount.mkdir()
+    (mount := tmp_path / 'full').mkdir()
     if subprocess.run(['mount', '-t', 'tmpfs', '-o', 'size=64k', 'tmpfs', mount], capture_output=True).returncode:
         pytest.skip('no tmpfs can be mounted here')
-    with open(mount / 'filler', 'wb') as f:
-        f.write(b'x' * 65536)
+    (mount / 'filler').write_bytes(b'x' * 65536)
     yield mount / 'out'
     subprocess.run(['umount', mount], check=True)
 
