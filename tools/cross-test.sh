@@ -20,7 +20,7 @@ cmake --build $host -j"$jobs" --target zel-tool docs dlt-gen
 cmake --install $host --prefix $host/root/usr >/dev/null
 cmake -S . -B $arm -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/aarch64-linux-gnu.cmake" -DBUILD_TESTING=ON \
     -DZEL_PLATFORM_ROOT="$PWD/$arm/root" >/dev/null
-cmake --build $arm -j"$jobs" --target zel-tool docs unit_tests fuzz_record fuzz_convert fuzz_kvs fuzz_matcher
+cmake --build $arm -j"$jobs" --target zel-tool docs unit_tests fuzz_convert fuzz_parallel fuzz_kvs fuzz_matcher
 cmake --install $arm --prefix $arm/root/usr >/dev/null
 readelf -h $arm/zel-tool/zel-tool | grep -q AArch64
 # Death tests exec the test program again: that needs binfmt_misc for qemu, seldom in containers.
