@@ -27,11 +27,9 @@ def expand(parts):
 def wait_for(done, timeout=60):
     """Polls until done() holds; the time limit is only a guard against a hang."""
     end = time.monotonic() + timeout
-    while not done():
-        if time.monotonic() > end:
-            return False
+    while not done() and time.monotonic() < end:
         time.sleep(0.01)
-    return True
+    return done()
 
 @pytest.fixture(autouse=True)
 def shipped_conf():

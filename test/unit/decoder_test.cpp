@@ -136,9 +136,13 @@ TEST(DecoderTest, GarbageAndCutRecords) {
     v2Tags.tags = {"TAG1", "TAG2"};
     v2Tags.lengthOverride.reset();
     v2Tags.lengthOverride = Encode(v2Tags).size() - 18 - 10 - 2;  // ends inside the last tag
+    Record v2 = Args({Arg::String("bad")});
+    v2.version = 2;
+    std::string v2Kind = Encode(v2);
+    v2Kind[14 + v2Kind[13]] |= 0x03;  // content type 3, which no message has
     LogStorageMsg msg;
-    for (const std::string& bad :
-         {std::string("DLT\x03junkDLDLT\x01", 14), Encode(shortLen), wrongVersion, Encode(v2Short), Encode(v2Tags)}) {
+    for (const std::string& bad : {std::string("DLT\x03junkDLDLT\x01", 14), Encode(shortLen), wrongVersion,
+                                   Encode(v2Short), Encode(v2Tags), v2Kind}) {
         EXPECT_EQ(msg.Deserialize(Bytes(bad + good)), static_cast<std::int64_t>(bad.size() + good.size()));
         EXPECT_EQ(msg.GetLength(), good.size());
         EXPECT_EQ(msg.GetLogMsg().GetPayload(), "ok");
