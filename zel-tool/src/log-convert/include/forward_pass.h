@@ -41,6 +41,12 @@ enum class PassEnd { kDone, kStopped, kReadFailed, kOutputFailed };
 PassEnd RunForwardPass(FileReader& reader, BlockDecoder& decoder, ConvertText& text, TextOutput& out, uint64_t end,
                        const PassShape& shape, const std::atomic<bool>* stop);
 
+// One step of a pass: reads the next n bytes into the decoder, which judges every whole block of
+// them (after a short read, the whole blocks before the failure: kReadFailed), and hands the text
+// to out once it holds a piece of kOutputChunk, on this thread when write is set (TextOutput).
+PassEnd DecodeNext(FileReader& reader, BlockDecoder& decoder, ConvertText& text, std::size_t n, TextOutput& out,
+                   bool write);
+
 }  // namespace zel::clt
 
 #endif  // ZEL_CLT_FORWARD_PASS_H

@@ -63,15 +63,24 @@ PassEnd RunForwardPass(FileReader& reader, BlockDecoder& decoder, ConvertText& t
             return PassEnd::kStopped;
         }
         const auto n = static_cast<std::size_t>(std::min<uint64_t>(piece, end - reader.Position()));
-        const std::size_t got = reader.Read(decoder.Room(n), n);
-        if (got < n) {
-            decoder.Add(decoder.WholeBlocks(got));  // the blocks before the one that failed
-            return PassEnd::kReadFailed;
+        const PassEnd result = DecodeNext(reader, decoder, text, n, out, false);
+        if (result != PassEnd::kDone) {
+            return result;
         }
-        decoder.Add(n);
-        if (text.Lines().Size() >= kOutputChunk && !out.Post(text.Lines())) {
-            return PassEnd::kOutputFailed;
-        }
+    }
+    return PassEnd::kDone;
+}
+
+PassEnd DecodeNext(FileReader& reader, BlockDecoder& decoder, ConvertText& text, std::size_t n, TextOutput& out,
+                   bool write) {
+    const std::size_t got = reader.Read(decoder.Room(n), n);
+    if (got < n) {
+        decoder.Add(decoder.WholeBlocks(got));  // the blocks before the one that failed
+        return PassEnd::kReadFailed;
+    }
+    decoder.Add(n);
+    if (text.Lines().Size() >= kOutputChunk && !(write ? out.Write(text.Lines()) : out.Post(text.Lines()))) {
+        return PassEnd::kOutputFailed;
     }
     return PassEnd::kDone;
 }

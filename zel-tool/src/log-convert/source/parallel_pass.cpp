@@ -254,14 +254,7 @@ PassEnd ParallelPass::DecodeBlock() {
         return PassEnd::kStopped;
     }
     const auto n = static_cast<std::size_t>(std::min<uint64_t>(decoder_.BlockSize(), end_ - reader_.Position()));
-    if (reader_.Read(decoder_.Room(n), n) < n) {
-        return PassEnd::kReadFailed;
-    }
-    decoder_.Add(n);
-    if (text_.Lines().Size() >= kOutputChunk && !out_.Write(text_.Lines())) {
-        return PassEnd::kOutputFailed;
-    }
-    return PassEnd::kDone;
+    return DecodeNext(reader_, decoder_, text_, n, out_, true);
 }
 
 }  // namespace zel::clt
