@@ -3,6 +3,7 @@
 #include <dirent.h>
 
 #include <iostream>
+#include <memory>
 #include <utility>
 
 #include "plugin_factory.h"
@@ -113,12 +114,12 @@ void Configuration::PrintHelp() const {
 std::vector<std::string> Configuration::GetAllPluginName() const {
     std::vector<std::string> names;
     const ara::core::StringView base = SelectPath();
-    DIR* dir = opendir((std::string(base) + toolName_).c_str());
+    const std::unique_ptr<DIR, int (*)(DIR*)> dir(opendir((std::string(base) + toolName_).c_str()), closedir);
     if (dir == nullptr) {
         std::cout << "Open conf dir " << base << " failed" << std::endl;
         return names;
     }
-    while (const dirent* entry = readdir(dir)) {
+    while (const dirent* entry = readdir(dir.get())) {
         const std::string file = entry->d_name;
         if (file.empty() || file[0] == '.') {
             continue;
@@ -128,7 +129,6 @@ std::vector<std::string> Configuration::GetAllPluginName() const {
             names.push_back(std::move(stem));
         }
     }
-    closedir(dir);
     return names;
 }
 

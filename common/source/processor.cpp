@@ -11,7 +11,9 @@ namespace {
 // Opening brackets at 0..2, their closing partners three places further on.
 constexpr char kBrackets[] = "{[<}]>";
 constexpr std::size_t kOpenCount = 3;
+constexpr std::size_t kNoBracket = std::string_view::npos;
 
+// Where ch stands in kBrackets, or kNoBracket.
 std::size_t BracketPosition(char ch) {
     const std::string_view brackets(kBrackets);
     return brackets.find(ch);
@@ -75,27 +77,25 @@ bool Processor::IsInt(const std::string& word) {
 }
 
 bool Processor::CheckBracket(const std::string& pattern) {
-    bool open = false;
-    std::size_t kind = 0;
+    std::size_t open = kNoBracket;  // the opening bracket of the group open, if one is
     for (const char ch : pattern) {
         const std::size_t pos = BracketPosition(ch);
-        if (pos == std::string_view::npos) {
+        if (pos == kNoBracket) {
             continue;
         }
         if (pos < kOpenCount) {
-            if (open) {
+            if (open != kNoBracket) {
                 return false;  // groups do not nest
             }
-            kind = pos;
-            open = true;
+            open = pos;
         } else {
-            if (!open || kBrackets[kind + kOpenCount] != ch) {
+            if (open == kNoBracket || kBrackets[open + kOpenCount] != ch) {
                 return false;
             }
-            open = false;
+            open = kNoBracket;
         }
     }
-    return !open;
+    return open == kNoBracket;
 }
 
 uint32_t Processor::CheckOneConfigCmd(const std::string& pattern, const std::vector<std::string>& input) {
@@ -147,7 +147,7 @@ std::vector<std::string> Processor::TransStringToVector(const std::string& s) {
         }
         current += ch;
         // toggling is enough: CheckBracket has ruled out nesting
-        if (BracketPosition(ch) != std::string_view::npos) {
+        if (BracketPosition(ch) != kNoBracket) {
             inBracket = !inBracket;
         }
     }

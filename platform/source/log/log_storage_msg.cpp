@@ -272,7 +272,7 @@ bool OpensNext(const std::uint8_t* p, std::size_t size) {
 
 bool LogStorageMsg::CanOpenRecord(const std::uint8_t* data, std::size_t size) {
     if (size < kMarkSize) {
-        return size != 0 && OpensNext(data, size);
+        return OpensNext(data, size);
     }
     Layout ignored;
     return IsMark(data) && Parse(data, size, ignored) != Outcome::kInvalid;

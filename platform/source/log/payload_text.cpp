@@ -203,7 +203,7 @@ bool AppendBool(std::uint32_t typeInfo, Reader& r, std::string& out) {
 // Integers and floats; 128-bit values and 16-bit floats as hex bytes joined by blanks.
 bool AppendNumber(std::uint32_t typeInfo, Reader& r, std::string& out) {
     const std::size_t bytes = LengthBytes(typeInfo);
-    if ((typeInfo & (kSint | kUint | kFloat)) == 0 || bytes == 0 || !SkipNameAndUnit(typeInfo, r, true)) {
+    if ((typeInfo & (kSint | kUint | kFloat)) == 0 || !SkipNameAndUnit(typeInfo, r, true)) {
         return false;
     }
     const bool isFloat = (typeInfo & kFloat) != 0;

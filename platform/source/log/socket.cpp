@@ -16,8 +16,8 @@ namespace {
 // stops accepting, its queue of pending connections fills, and connect would wait for ever.
 constexpr timeval kStreamTimeout{1, 0};
 
+// Fills an address that the caller value-initialised.
 bool ToSockaddr(const core::String& address, std::uint16_t port, sockaddr_in& out) {
-    std::memset(&out, 0, sizeof(out));
     out.sin_family = AF_INET;
     out.sin_port = htons(port);
     return inet_pton(AF_INET, address.c_str(), &out.sin_addr) == 1;
@@ -90,7 +90,7 @@ bool InetUdpSocket::StartUp() {
 
 int InetUdpSocket::Send(const std::vector<char>& bytes, int flags) const {
     sockaddr_in remote{};
-    if (fd_ < 0 || !ToSockaddr(remoteAddress_, remotePort_, remote)) {
+    if (!ToSockaddr(remoteAddress_, remotePort_, remote)) {
         return -1;
     }
     const ssize_t n =

@@ -74,9 +74,9 @@ public:
     static bool StartsWithMark(const std::uint8_t* data, std::size_t size) {
         return size >= 4 && data[0] == 'D' && data[1] == 'L' && data[2] == 'T' && (data[3] == 0x01 || data[3] == 0x02);
     }
-    // True when data may open a record: a storage mark (or the start of one, cut by the end of
-    // the bytes) whose headers are valid or not all there yet. A mark with invalid headers
-    // cannot open a record, however many bytes follow.
+    // True when data (at least one byte) may open a record: a storage mark (or the start of one,
+    // cut by the end of the bytes) whose headers are valid or not all there yet. A mark with
+    // invalid headers cannot open a record, however many bytes follow.
     static bool CanOpenRecord(const std::uint8_t* data, std::size_t size);
 
     // What walking one record's headers found; defined and used by the decoder alone.

@@ -37,7 +37,7 @@ public:
     // Bytes dropped since the last record (with holdFirst and no record yet: since the start).
     uint64_t Dropped() const { return dropped_; }
     void SetDropped(uint64_t bytes) { dropped_ = bytes; }
-    // With holdFirst: whether a record came, and what was dropped in front of the first one.
+    // With holdFirst: whether a record came and, once one has, what was dropped in front of it.
     bool SawRecord() const { return sawRecord_; }
     uint64_t Held() const { return held_; }
 

@@ -61,11 +61,11 @@ void BlockDecoder::Add(std::size_t n) {
 }
 
 std::size_t BlockDecoder::WholeBlocks(std::size_t n) const {
-    if (toBlockEnd_ == 0 || n < toBlockEnd_) {
+    if (n < toBlockEnd_) {
         return 0;
     }
     const uint64_t whole = toBlockEnd_ + (n - toBlockEnd_) / blockSize_ * blockSize_;
-    return static_cast<std::size_t>(std::min<uint64_t>(whole, toPassEnd_));
+    return static_cast<std::size_t>(std::min<uint64_t>(whole, toPassEnd_));  // 0 once the pass is over
 }
 
 void BlockDecoder::Drain() {

@@ -22,7 +22,6 @@ void ConvertText::Restart() {
     lines_.Clear();
     sawRecord_ = !holdFirst_;
     dropped_ = 0;
-    held_ = 0;
 }
 
 void ConvertText::ReportDropped() {
