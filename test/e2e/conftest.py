@@ -64,9 +64,6 @@ class Daemon:
     def start(self, *argv, out=subprocess.DEVNULL):
         self.procs.append(subprocess.Popen(argv, env={**os.environ, **self.env}, stdout=out, stderr=subprocess.STDOUT))
         return self.procs[-1]
-    def log(self):
-        with open(self.dir + '/daemon.out', 'rb') as f:
-            return f.read().decode('latin-1')
     def record(self, path):
         """Starts dlt-receive writing what the daemon forwards to path; returns it once connected."""
         recorder = self.start('dlt-receive', '-o', path, '-p', self.port, 'localhost')

@@ -16,6 +16,7 @@
 #include "dlt_record.h"
 #include "log_convert_plugin.h"
 #include "log_convert_service.h"
+#include "parallel_pass.h"
 #include "plugin_factory.h"
 #include "support.h"
 
@@ -89,7 +90,6 @@ struct ConvertTest : testing::Test {
 };
 
 TEST_F(ConvertTest, RecordLines) {
-    EXPECT_EQ(Bytes(Records(0, 299)), Lines(0, 299));
     Record bare = Numbered(5), trace = Numbered(6), odd = Numbered(7), empty = Numbered(255);
     Record noIds = Numbered(8, 20, 2), nonVerbose = Numbered(9, 20, 2), full = Numbered(10, 20, 2);
     full.ecu = "ECU-LONG-NAME";  // and segmentation, the extension field that real writers leave out
@@ -173,8 +173,6 @@ TEST_F(ConvertTest, RecordCutByADyingWriter) {
 }
 
 TEST_F(ConvertTest, LongRecordsAndMarksInPayloads) {
-    EXPECT_EQ(Bytes(Records(0, 0) + Records(1, 1, 7000) + Records(2, 2)),
-              Lines(0, 0) + Lines(1, 1, 7000) + Lines(2, 2));
     Record outer = Numbered(1);
     outer.args = {Arg::Raw(Records(9, 9))};
     const std::string out = Bytes(Records(0, 0) + Encode(outer) + Records(2, 2));
@@ -199,6 +197,25 @@ TEST_F(ConvertTest, TailAcrossBlocks) {
         }
     }
     EXPECT_EQ(Convert(dir.Write("empty.log", ""), true), std::make_pair(0, std::string()));
+}
+
+// Workers start where one thread would be, but in a record longer than they look back: there
+// the joining thread decodes until the record ends (2048 bytes), and nothing more.
+TEST_F(ConvertTest, ParallelPassDecodesOnlyWrongGuessesAgain) {
+    const std::string bytes = Records(0, 99, 150) + Records(100, 100, 7000) + Records(101, 999, 150);
+    test::CoutCapture written;
+    OutputWriter out;
+    FileReader reader;
+    ASSERT_TRUE(reader.Open(dir.Write("p.log", bytes)));
+    ConvertText text(true, true);
+    BlockDecoder decoder(text);
+    decoder.StartPass(bytes.size());
+    ParallelPass pass(reader, decoder, text, out, PassShape{3, 8192, 1 << 20}, nullptr);
+    const PassEnd end = pass.Run(bytes.size());
+    out.Drain();
+    EXPECT_EQ(std::make_tuple(end, pass.Redecoded(), reader.Position(), written.Text()),
+              std::make_tuple(PassEnd::kDone, uint64_t{2048}, bytes.size(),
+                              Lines(0, 99, 150) + Lines(100, 100, 7000) + Lines(101, 999, 150)));
 }
 
 TEST_F(ConvertTest, FileChecks) {

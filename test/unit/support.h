@@ -23,11 +23,6 @@ namespace zel::test {
 namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
 
-inline std::string WriteFile(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-    return path;
-}
-
 // Collects what std::cout receives while alive, from any thread; WaitFor waits until it has
 // received exactly expected (false after a minute, a hang guard).
 struct CoutCapture : std::streambuf {
@@ -65,7 +60,10 @@ struct TempDir {
     TempDir() { mkdtemp(dir.data()); }
     ~TempDir() { fs::remove_all(dir); }
     std::string Path(const std::string& name) const { return dir + "/" + name; }
-    std::string Write(const std::string& name, const std::string& bytes) const { return WriteFile(Path(name), bytes); }
+    std::string Write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(Path(name), std::ios::binary | std::ios::trunc) << bytes;
+        return Path(name);
+    }
 };
 
 // <user conf dir>/<tool>/ for a tool name of the test's own (by default one of this process
@@ -78,7 +76,9 @@ struct ConfTree {
         clt::Configuration::GetInstance().SetName(tool);
     }
     ~ConfTree() { fs::remove_all(dir); }
-    void Put(const std::string& plugin, const std::string& text) const { WriteFile(dir + plugin + ".json", text); }
+    void Put(const std::string& plugin, const std::string& text) const {
+        std::ofstream(dir + plugin + ".json") << text;
+    }
     void Write(const std::string& plugin, const std::string& app, const Words& commands) const {
         const nlohmann::ordered_json conf{{"app", app}, {"command", commands}, {"help", Words{}}};
         Put(plugin, conf.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));  // any bytes

@@ -47,6 +47,8 @@ public:
     // kDone may leave the reader short of end where no thread could be started; the caller
     // then goes on alone.
     PassEnd Run(uint64_t end);
+    // Bytes the calling thread decoded itself: what wrong guesses and spans left undecoded cost.
+    uint64_t Redecoded() const { return redecoded_; }
 
     struct Checkpoint;
     struct Span;
@@ -76,6 +78,7 @@ private:
     uint64_t end_ = 0;
     std::size_t spanCount_ = 0;
     std::vector<uint8_t> initial_;  // the bytes carried into the pass
+    uint64_t redecoded_ = 0;
 
     std::mutex mutex_;
     std::condition_variable spanDone_;  // the joining thread: a span is decoded

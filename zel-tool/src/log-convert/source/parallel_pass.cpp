@@ -254,6 +254,7 @@ PassEnd ParallelPass::DecodeBlock() {
         return PassEnd::kStopped;
     }
     const auto n = static_cast<std::size_t>(std::min<uint64_t>(decoder_.BlockSize(), end_ - reader_.Position()));
+    redecoded_ += n;
     return DecodeNext(reader_, decoder_, text_, n, out_, true);
 }
 
