@@ -62,21 +62,22 @@ public:
     void Drain();
 
     // The bytes carried: they start where decoding resumes and end with the last block judged.
-    const uint8_t* Carried() const { return bytes_.get() + begin_; }
+    const uint8_t* Carried() const { return readDataBuf_.get() + begin_; }
     std::size_t CarriedSize() const { return end_ - begin_; }
     std::size_t BlockSize() const { return blockSize_; }
 
 private:
-    // Decodes the records in the bytes held up to end and drops what cannot open one; last: no
-    // byte follows them in this pass.
-    void Judge(std::size_t end, bool last);
-    // How many bytes from begin_ (up to limit) lie before the first that may open a record.
-    std::size_t Unusable(std::size_t limit) const;
+    // Hands the reporter every record in the bytes held up to end, to be printed, and drops what
+    // cannot open one; last: no byte follows them in this pass.
+    void PrintLog(std::size_t end, bool last);
+    // Drops the bytes from begin_ (up to limit) that lie before the first that may open a
+    // record; returns how many.
+    std::size_t DiscardLeftData(std::size_t limit);
 
     DecodeReporter& reporter_;
     const std::size_t blockSize_;
-    ara::log::LogStorageMsg record_;  // reused for every record
-    std::unique_ptr<uint8_t[]> bytes_;
+    ara::log::LogStorageMsg record_;          // reused for every record
+    std::unique_ptr<uint8_t[]> readDataBuf_;  // the bytes held: those carried, then the newest
     std::size_t capacity_ = 0;
     std::size_t begin_ = 0;    // where decoding resumes
     std::size_t end_ = 0;      // the end of the bytes held

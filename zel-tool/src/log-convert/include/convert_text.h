@@ -29,14 +29,14 @@ public:
     // Empties the lines and forgets the counts, as made.
     void Restart();
 
-    void Dropped(uint64_t bytes) override { dropped_ += bytes; }
+    void Dropped(uint64_t bytes) override { discardSize_ += bytes; }
     void Decoded(const ara::log::LogStorageMsg& record) override;
 
     // Writes the line for the bytes dropped since the last record, if any.
     void ReportDropped();
     // Bytes dropped since the last record (with holdFirst and no record yet: since the start).
-    uint64_t Dropped() const { return dropped_; }
-    void SetDropped(uint64_t bytes) { dropped_ = bytes; }
+    uint64_t Dropped() const { return discardSize_; }
+    void SetDropped(uint64_t bytes) { discardSize_ = bytes; }
     // With holdFirst: whether a record came and, once one has, what was dropped in front of it.
     bool SawRecord() const { return sawRecord_; }
     uint64_t Held() const { return held_; }
@@ -48,7 +48,7 @@ private:
     const bool manatime_;
     const bool holdFirst_;
     bool sawRecord_;
-    uint64_t dropped_ = 0;
+    uint64_t discardSize_ = 0;
     uint64_t held_ = 0;
     LineBuffer lines_;
 };

@@ -32,17 +32,17 @@ uint8_t* BlockDecoder::Room(std::size_t n) {
             const std::size_t capacity = std::max(2 * capacity_, held + n);
             std::unique_ptr<uint8_t[]> grown(new uint8_t[capacity]);
             if (held != 0) {
-                std::memcpy(grown.get(), bytes_.get() + begin_, held);
+                std::memcpy(grown.get(), readDataBuf_.get() + begin_, held);
             }
-            bytes_ = std::move(grown);
+            readDataBuf_ = std::move(grown);
             capacity_ = capacity;
         } else if (held != 0) {
-            std::memmove(bytes_.get(), bytes_.get() + begin_, held);
+            std::memmove(readDataBuf_.get(), readDataBuf_.get() + begin_, held);
         }
         begin_ = 0;
         end_ = held;
     }
-    return bytes_.get() + end_;
+    return readDataBuf_.get() + end_;
 }
 
 void BlockDecoder::Add(std::size_t n) {
@@ -52,7 +52,7 @@ void BlockDecoder::Add(std::size_t n) {
     while (toBlockEnd_ != 0 && toBlockEnd_ <= end_ - judged) {
         judged += static_cast<std::size_t>(toBlockEnd_);
         const bool last = judged == end_ && toPassEnd_ == 0;
-        Judge(judged, last);
+        PrintLog(judged, last);
         toBlockEnd_ = std::min<uint64_t>(blockSize_, toPassEnd_ + (end_ - judged));
     }
     if (toBlockEnd_ != 0) {
@@ -75,12 +75,12 @@ void BlockDecoder::Drain() {
     while (begin_ < end_) {
         ++begin_;
         reporter_.Dropped(1);
-        Judge(end_, last);
+        PrintLog(end_, last);
     }
 }
 
-void BlockDecoder::Judge(std::size_t end, bool last) {
-    const uint8_t* data = bytes_.get();
+void BlockDecoder::PrintLog(std::size_t end, bool last) {
+    const uint8_t* data = readDataBuf_.get();
     std::size_t offset = begin_;
     while (offset < end) {
         const int64_t consumed = record_.Deserialize(data + offset, end - offset);
@@ -95,15 +95,14 @@ void BlockDecoder::Judge(std::size_t end, bool last) {
         reporter_.Decoded(record_);
     }
     begin_ = offset;
-    const std::size_t unusable = Unusable(end);
-    if (unusable != 0) {
-        begin_ += unusable;
-        reporter_.Dropped(unusable);
+    const std::size_t discarded = DiscardLeftData(end);
+    if (discarded != 0) {
+        reporter_.Dropped(discarded);
     }
     reporter_.BlockDone(end - begin_);
 }
 
-std::size_t BlockDecoder::Unusable(std::size_t limit) const {
+std::size_t BlockDecoder::DiscardLeftData(std::size_t limit) {
     const std::size_t size = limit - begin_;
     if (size < kMarkSize) {  // too short to tell
         return 0;
@@ -111,7 +110,7 @@ std::size_t BlockDecoder::Unusable(std::size_t limit) const {
     // A mark whose headers are known to be invalid is garbage, so at most one record is ever
     // carried. The block may end inside the mark of the next record, so a tail that begins
     // like a mark is kept too.
-    const uint8_t* data = bytes_.get() + begin_;
+    const uint8_t* data = readDataBuf_.get() + begin_;
     std::size_t first = 0;
     while (first < size) {
         const void* d = std::memchr(data + first, 'D', size - first);
@@ -121,6 +120,7 @@ std::size_t BlockDecoder::Unusable(std::size_t limit) const {
         }
         ++first;
     }
+    begin_ += first;
     return first;
 }
 
