@@ -5,6 +5,10 @@
 # reference recordings (test/data), generator files, the configuration files; finds are kept
 # in build-fuzz/corpus. An input that crashes, hangs or runs out of memory is copied to
 # test/fuzz/regressions/<target>/, which the suite replays: commit it with the fix. Fails when any target fails.
+#
+# VOLUME=N: N executions per target instead of SECONDS, built without sanitizers and without
+# comparison tracing (build-fuzz-volume, about five times faster): for the long runs of a
+# target whose own check is the point, such as the differential target "parallel".
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-30}
@@ -12,9 +16,12 @@ targets=("${@:2}")
 [[ ${#targets[@]} -gt 0 ]] || targets=(convert parallel kvs matcher)
 bash tools/install-deps.sh build clang libclang-rt-14-dev
 
-out=build-fuzz
+out=build-fuzz flags="-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all" limit=-max_total_time=$seconds
+if [[ -n ${VOLUME:-} ]]; then
+    out=build-fuzz-volume flags="-fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp" limit=-runs=$VOLUME
+fi
 cmake -S . -B $out -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=OFF -DZEL_FUZZ=ON \
-    -DCMAKE_CXX_FLAGS="-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all" >/dev/null
+    -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build $out -j2 --target dlt-gen "${targets[@]/#/fuzz_}"
 
 mkdir -p $out/seeds/dlt
@@ -31,7 +38,7 @@ run() {
     local regressions=test/fuzz/regressions/$name
     [[ -d $regressions ]] || regressions=
     # shellcheck disable=SC2086
-    if $out/test/fuzz/fuzz_"$name" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+    if $out/test/fuzz/fuzz_"$name" "$limit" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
         -dict=test/fuzz/dlt.dict -artifact_prefix="$dir/found/" $out/corpus/"$name" ${seeds[$name]} $regressions \
         >"$dir/log" 2>&1; then
         echo "$name: $(grep -o 'cov: [0-9]* ft: [0-9]*' "$dir/log" | tail -1)," \
