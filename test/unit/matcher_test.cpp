@@ -140,7 +140,7 @@ TEST_F(ProcessorTest, ShippedPatterns) {
     };
     for (const char* tool : {"zel-tool", "zel-dbg"}) {
         for (const auto& [plugin, accepted, refused] : plugins) {
-            const std::string shipped = std::string(ZEL_TEST_SOURCE_CONF_DIR) + "/" + tool + "/" + plugin + ".json";
+            const std::string shipped = std::string(ZEL_TEST_SOURCE_DIR) + "/conf/" + tool + "/" + plugin + ".json";
             tree_.Put(plugin, nlohmann::ordered_json::parse(std::ifstream(shipped)).dump());
             ASSERT_TRUE(Configuration::GetInstance().Load(plugin));
             test::CoutCapture out;
