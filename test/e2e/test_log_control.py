@@ -1,8 +1,8 @@
 """log-control run as the installed tool: the exact requests that reach stand-ins for the log
 daemon's control socket and the MCU, and a real dlt-daemon applying them."""
-import os, re, select, socket, struct
+import json, os, re, select, socket, struct
 import pytest
-from conftest import CTRL_SOCKET, Daemon, expand, run, wait_for
+from conftest import CTRL_SOCKET, USER_CONF, Daemon, expand, run, wait_for
 
 LC, NOT = 'zel-tool/log-control.json', 'Error, input cmd not support!\n'
 NO_DAEMON = 'fail to create connection with log_daemon \nfail to send local log level \n'
@@ -50,7 +50,6 @@ def ends():
     ('zel-tool', ['ctxid', 'TESTING', 'level', 'off'], 0, [], [set_level(b'', b'TEST', 0)], []),
     ('zel-tool', ['appid', '', 'ctxid', 'TS1', 'level', 'fatal'], 0, [NOT_SENT], [], []),  # "" would read as "*"
     ('zel-tool', ['appid', 'LOG', 'ctxid', ''], 0, [NOT_SENT], [], []),
-    ('zel-tool', ['level', 'debug', 'level', 'warn'], 0, [], [default(3)], [default(3)]),
     ('zel-tool', ['level', 'Debug'], 0, ['error, the input parameter level: Debug\n', LC], [], []),
     ('zel-tool', ['appid', 'LOG', 'level', 'loud'], 0, ['error, the input parameter level: loud\n', LC], [], []),
     ('zel-tool', ['app', 'LOG'], 255, [NOT, LC], [], []),
@@ -61,6 +60,12 @@ def ends():
 def test_requests(ends, name, words, status, out, to_daemon, to_mcu):
     assert run('log-control', *words, name=name) == (status, expand(out))
     assert ends() == (to_daemon, to_mcu)
+
+def test_words_it_has_no_use_for(ends):  # let through by a configuration the user edited
+    with open(USER_CONF + LC, 'w') as f:
+        json.dump({'app': 'log-control', 'command': ['log-control Level <level>'], 'help': []}, f)
+    assert run('log-control', 'Level', 'warn') == (0, 'log-control usage: \n')
+    assert ends() == ([], [])
 
 def stuck():
     """A daemon that accepts nothing: its queue of pending connections is full."""

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <ctime>
 #include <future>
+#include <iterator>
 #include <optional>
 #include <random>
 #include <thread>
@@ -248,8 +249,7 @@ TEST_F(ConvertTest, FileChecks) {
 // Whether the thread tid waits in the kernel (its state in /proc is S).
 bool Sleeping(pid_t tid) {
     std::ifstream stat("/proc/self/task/" + std::to_string(tid) + "/stat");
-    std::string line;
-    std::getline(stat, line);
+    const std::string line{std::istreambuf_iterator<char>(stat), {}};
     return tid != 0 && line.size() > line.rfind(')') + 2 && line[line.rfind(')') + 2] == 'S';
 }
 
