@@ -51,7 +51,7 @@ TEST_F(ProcessorTest, ReadingsOverAllPatterns) {
         {{"go <a b>"}, {"go", "1"}, kNone},
         {{"go <> x"}, {"go", "x"}, kOne},
         {{"go <n> stop"}, {"go", "stop", "stop"}, kOne},
-        {{"go {a b}"}, {"go", "a", "b"}, kOne},
+        {{"go {a  b}"}, {"go", "a", "b"}, kOne},  // blanks inside a group make no empty word
         {{"go {a b}"}, {"go", "a", "c"}, kNone},
         {{"go [a b] <x> <y>"}, {"go", "a", "c"}, kOne},  // a failed optional group restores the index
         {{"go [a b] c"}, {"go", "a", "b", "c"}, kOne},
