@@ -113,11 +113,11 @@ def test_logger_reaches_a_running_daemon(daemon):
     recorder.terminate()
     recorder.wait(5)
     text = subprocess.run(['dlt-convert', '-a', recording], capture_output=True, text=True).stdout
-    # counter, ECU, ids, level and arguments: file, ":", line, " ", function, ":", message (and the line)
+    # counter, ECU, ids, level and arguments: file, ":", line (# here), " ", function, ":", message (and the line)
     assert [re.sub(r' : \d+   ', ' : # ', r.split(None, 4)[4]) for r in text.splitlines() if ' CLT- ' in r] == [
         f'{i:03} ECU1 CLT- clt- log debug V {7 + (i == 0)} [{m}]' for i, m in enumerate([
-            'main.cpp : # main : execute command: zel-tool log-convert x y.log', 'cmd_line_tool.cpp : # Run : Check succ, exec cmd ',
-            'cmd_line_tool.cpp : # StopTaskThread : Process normal exit success',
+            'main.cpp : # main : execute command: zel-tool log-convert x y.log',
+            'cmd_line_tool.cpp : # Run : Check succ, exec cmd ', 'cmd_line_tool.cpp : # StopTaskThread : Process normal exit success',
             'cmd_line_tool.cpp : # StopThread : stop thread success', 'cmd_line_tool.cpp : # Run : Exec cmd succ'])]
 
 def test_silent_without_daemon():

@@ -1,5 +1,5 @@
 // The stored-record decoder: payload text of both versions and byte orders, what is skipped as
-// garbage, records of the real version 2 writer as literal bytes; and the time text.
+// garbage, a record of the real version 2 writer read from its recording; and the time text.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
