@@ -19,8 +19,7 @@ def run(*words, name='zel-tool', argv0=None, env={}, timeout=20):
 def expand(parts):
     """Expected output: a configuration file named in parts stands for its help, read here."""
     def help_of(path):
-        with open(USER_CONF + path) as f:
-            conf = json.load(f)
+        conf = json.load(open(USER_CONF + path))
         return conf['app'] + ' usage: \n' + ''.join(f'\t{h}\n' for h in conf['help'])
     return ''.join(help_of(p) if p.endswith('.json') else p for p in parts)
 

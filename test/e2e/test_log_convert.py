@@ -175,8 +175,7 @@ def test_a_signal_ends_a_conversion_whose_output_is_blocked(tmp_path, sig):
 def test_a_reader_that_goes_away_ends_the_tool(tmp_path, shim, words):
     records, lines = sample()
     (log := tmp_path / 'big.log').write_bytes(b''.join(records) * 20000)
-    tool = subprocess.Popen([BIN + 'zel-tool', 'log-convert', *words, log], stdout=subprocess.PIPE,
-                            env=shim(log))
+    tool = subprocess.Popen([BIN + 'zel-tool', 'log-convert', *words, log], stdout=subprocess.PIPE, env=shim(log))
     assert tool.stdout.readline().decode('latin-1') == lines[-5 if words else 0]
     tool.stdout.close()  # as head -1 does; a follow ends too, though nothing is appended
     assert tool.wait(10) == -signal.SIGPIPE

@@ -47,8 +47,7 @@ def test_listings():
     with open(USER_CONF + 'zel-tool/mcu.json', 'w') as f:  # the MCU's plug-in is never listed
         json.dump({'app': 'mcu', 'command': ['mcu x'], 'help': []}, f)
     def patterns(name):
-        with open(USER_CONF + f'zel-tool/{name}.json') as f:
-            conf = json.load(f)
+        conf = json.load(open(USER_CONF + f'zel-tool/{name}.json'))
         return conf['app'] + ':\n' + ''.join(f'\t{c}\n' for c in conf['command']) + '\n'
     names = [n[:-5] for n in os.listdir(USER_CONF + 'zel-tool') if n.endswith('.json')]
     listed = 'command line tool support plugin: \n' + ''.join(f'\t{n}\n' for n in names if n != 'mcu')

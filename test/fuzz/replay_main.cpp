@@ -23,8 +23,7 @@ int main(int argc, char** argv) {
     for (const auto& path : inputs) {
         std::ifstream in(path, std::ios::binary);
         const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-        std::printf("%s (%zu bytes)\n", path.c_str(), bytes.size());
-        std::fflush(stdout);
+        std::fprintf(stderr, "%s (%zu bytes)\n", path.c_str(), bytes.size());  // unbuffered: before a crash
         LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
     }
     std::printf("%zu inputs\n", inputs.size());

@@ -85,9 +85,7 @@ TEST(DecoderTest, PayloadText) {
          "41 08 00 00 05 00 00 00 07"},                                         // name past the end
         {Malformed(1, std::string("\0\x0a\0\0\0\0", 6)), "00 0a 00 00 00 00"},  // a string's name length missing
     };
-    for (const auto& [record, text] : rows) {
-        EXPECT_EQ(Decode(record), text);
-    }
+    for (const auto& [record, text] : rows) EXPECT_EQ(Decode(record), text);
 }
 
 // Record 7 of the COVESA version 2 writer's s1-verbose.log (test/data/v2-reference), with file,
@@ -145,16 +143,13 @@ TEST(DecoderTest, GarbageAndCutRecords) {
         Record r = Args({Arg::Raw(good)});
         r.version = version;
         const std::string outer = Encode(r);
-        for (std::size_t cut = 0; cut < outer.size(); ++cut) {
-            EXPECT_EQ(msg.Deserialize(Bytes(outer.substr(0, cut))), 0) << cut;
-        }
+        for (auto n = 0u; n < outer.size(); ++n) EXPECT_EQ(msg.Deserialize(Bytes(outer.substr(0, n))), 0) << n;
         EXPECT_EQ(msg.Deserialize(Bytes(outer)), static_cast<std::int64_t>(outer.size()));
     }
 }
 
 TEST(DecoderTest, TimeText) {
-    setenv("TZ", "UTC", 1);
-    tzset();
+    setenv("TZ", "UTC", 1), tzset();
     EXPECT_EQ(SystemTime::SystemTimeToString({946684800, 0}), "2000/01/01 00:00:00.000000");
     EXPECT_EQ(SystemTime::SystemTimeToString({946684799, 999999}), "946684799.000999");
 }

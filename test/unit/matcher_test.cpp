@@ -17,8 +17,7 @@ class ProcessorTest : public testing::Test {
 protected:
     enum Outcome { kNone, kOne, kTwo, kBracket };  // no reading, one, more than one, a bad pattern
     struct Row {
-        Words patterns;
-        Words words;
+        Words patterns, words;
         Outcome outcome;
         bool withPid = false;  // zel-dbg's check: a trailing process id
     };
