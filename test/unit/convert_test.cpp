@@ -205,7 +205,11 @@ TEST_F(ConvertTest, TailAcrossBlocks) {
 TEST_F(ConvertTest, ParallelPassDecodesOnlyWrongGuessesAgain) {
     const std::string bytes = Records(0, 99, 150) + Records(100, 100, 7000) + Records(101, 999, 150);
     test::CoutCapture written;
+    written.holdFirst = std::chrono::milliseconds(500);  // its first lines go after the piece in flight
     OutputWriter out;
+    LineBuffer inFlight;
+    inFlight.Commit(std::copy_n("in flight\n", 10, inFlight.Reserve(10)));
+    out.Post(inFlight);
     FileReader reader;
     ASSERT_TRUE(reader.Open(dir.Write("p.log", bytes)));
     ConvertText text(true, true);
@@ -216,7 +220,10 @@ TEST_F(ConvertTest, ParallelPassDecodesOnlyWrongGuessesAgain) {
     out.Drain();
     EXPECT_EQ(std::make_tuple(end, pass.Redecoded(), reader.Position(), written.Text()),
               std::make_tuple(PassEnd::kDone, uint64_t{2048}, bytes.size(),
-                              Lines(0, 99, 150) + Lines(100, 100, 7000) + Lines(101, 999, 150)));
+                              "in flight\n" + Lines(0, 99, 150) + Lines(100, 100, 7000) + Lines(101, 999, 150)));
+    cpu_set_t usable;  // a big file: a worker per processor it may run on, at most 16
+    ASSERT_EQ(sched_getaffinity(0, sizeof(usable), &usable), 0);
+    EXPECT_EQ(ShapeFor(uint64_t{1} << 32).workers, std::min(static_cast<unsigned>(CPU_COUNT(&usable)), 16u));
 }
 
 TEST_F(ConvertTest, FileChecks) {

@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 #include <streambuf>
 #include <string>
+#include <utility>
 
 #include "configuration.h"
 #include "zel_paths.h"
@@ -29,11 +30,13 @@ struct CoutCapture : std::streambuf {
     std::mutex mutex;
     std::condition_variable grown;
     std::string text;
+    std::chrono::milliseconds holdFirst{0};  // the first write waits up to this for another to overtake it
     std::streambuf* old = std::cout.rdbuf(this);
     ~CoutCapture() override { std::cout.rdbuf(old); }
     std::streamsize xsputn(const char* s, std::streamsize n) override {
         {
-            std::lock_guard<std::mutex> lock(mutex);
+            std::unique_lock<std::mutex> lock(mutex);
+            grown.wait_for(lock, std::exchange(holdFirst, {}), [&] { return !text.empty(); });
             text.append(s, static_cast<std::size_t>(n));
         }
         grown.notify_all();
