@@ -5,8 +5,10 @@
 // While the plug-in runs, SIGINT and SIGTERM only set the exit flag; an exit thread polls it
 // every 100 ms, abandons standard output (nothing more is written, a blocked write ends) and
 // calls the plug-in's Terminate once. The exit thread exists only around
-// ExecCmd and is joined before Run returns, on every path that starts it. A normal end wakes
-// the exit thread at once instead of waiting out its poll, so short commands exit at once.
+// ExecCmd and is joined before Run returns, on every path that starts it (a failure that
+// unwinds through Run included: the destructor joins it). A normal end wakes the exit thread at
+// once instead of waiting out its poll, so short commands exit at once. Where the exit thread
+// cannot start, the signals keep their default action and end the process at once.
 #ifndef ZEL_CLT_CMD_LINE_TOOL_H
 #define ZEL_CLT_CMD_LINE_TOOL_H
 
@@ -32,7 +34,7 @@ enum ProcessExitType : int32_t {
 class CmdLineTool {
 public:
     explicit CmdLineTool(const std::vector<std::string>& inputCmd);
-    ~CmdLineTool() = default;
+    ~CmdLineTool();
     CmdLineTool(const CmdLineTool&) = delete;
     CmdLineTool& operator=(const CmdLineTool&) = delete;
 
@@ -49,7 +51,11 @@ private:
     static void SetSignal(int32_t sig, SigFunc func);
     void CatchSignal();
     void StopTaskThread();
+    // The exit flag once it is no longer PROCESS_NO_EXIT.
+    ProcessExitType WaitForExitFlag();
     void StopThread();
+    // Tells the exit thread of a normal end and joins it, if it runs.
+    void EndExitThread();
 
     std::vector<std::string> inputCmd_;
     std::unique_ptr<Plugin> pluginInstance_;

@@ -5,12 +5,14 @@
 #include <chrono>
 #include <cstring>
 #include <iostream>
+#include <new>
 #include <system_error>
 
 #include "clt_executor.h"
 #include "clt_logger.h"
 #include "configuration.h"
 #include "plugin_factory.h"
+#include "process_limits.h"
 #include "processor.h"
 #include "standard_output.h"
 
@@ -26,6 +28,12 @@ static_assert(std::atomic<ProcessExitType>::is_always_lock_free, "the signal han
 std::atomic<ProcessExitType> CmdLineTool::processExitFlag_{PROCESS_NO_EXIT};
 
 CmdLineTool::CmdLineTool(const std::vector<std::string>& inputCmd) : inputCmd_(inputCmd) {}
+
+CmdLineTool::~CmdLineTool() {
+    if (exitThread_.joinable()) {
+        EndExitThread();
+    }
+}
 
 int32_t CmdLineTool::Run() {
     CltExecutor executor(inputCmd_);
@@ -106,7 +114,7 @@ void CmdLineTool::SetSignal(int32_t sig, SigFunc func) {
 void CmdLineTool::CatchSignal() {
     try {
         exitThread_ = std::thread(&CmdLineTool::StopTaskThread, this);
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {  // out of threads (system_error) or of memory (bad_alloc)
         // nobody would act on the flag: the signals keep ending the process at once
         CLT_LOG_ERROR << "Start exit thread failed, SIGINT and SIGTERM are not caught";
         return;
@@ -115,36 +123,47 @@ void CmdLineTool::CatchSignal() {
     SetSignal(SIGTERM, SignalProc);
 }
 
-void CmdLineTool::StopTaskThread() {
+ProcessExitType CmdLineTool::WaitForExitFlag() {
     // The signal handler cannot notify, so a signal is seen at the next poll; StopThread wakes
     // the wait early.
+    std::unique_lock<std::mutex> lock(exitMutex_);
     ProcessExitType flag = PROCESS_NO_EXIT;
-    {
-        std::unique_lock<std::mutex> lock(exitMutex_);
-        while ((flag = processExitFlag_.load()) == PROCESS_NO_EXIT) {
-            exitWake_.wait_for(lock, kPollInterval);
-        }
+    while ((flag = processExitFlag_.load()) == PROCESS_NO_EXIT) {
+        exitWake_.wait_for(lock, kPollInterval);
     }
-    switch (flag) {
-        case PROCESS_SIGNAL_EXIT:
-            // the user asked to stop: what is not written yet is dropped, and a write that a
-            // reader no longer takes does not hold the plug-in up
-            if (StandardOutput* output = InstalledStandardOutput()) {
-                output->Abandon();
-            }
-            pluginInstance_->Terminate();
-            CLT_LOG_DEBUG << "Capture signal process exit success";
-            break;
-        case PROCESS_NORMAL_EXIT:
-            CLT_LOG_DEBUG << "Process normal exit success";
-            break;
-        default:
-            CLT_LOG_DEBUG << "process exit flag is invaild";
-            break;
+    return flag;
+}
+
+void CmdLineTool::StopTaskThread() {
+    try {
+        switch (WaitForExitFlag()) {
+            case PROCESS_SIGNAL_EXIT:
+                // the user asked to stop: what is not written yet is dropped, and a write that a
+                // reader no longer takes does not hold the plug-in up
+                if (StandardOutput* output = InstalledStandardOutput()) {
+                    output->Abandon();
+                }
+                pluginInstance_->Terminate();
+                CLT_LOG_DEBUG << "Capture signal process exit success";
+                break;
+            case PROCESS_NORMAL_EXIT:
+                CLT_LOG_DEBUG << "Process normal exit success";
+                break;
+            default:
+                CLT_LOG_DEBUG << "process exit flag is invaild";
+                break;
+        }
+    } catch (const std::bad_alloc&) {  // a record could not be logged
+        ExitOutOfMemory();
     }
 }
 
 void CmdLineTool::StopThread() {
+    EndExitThread();
+    CLT_LOG_DEBUG << "stop thread success";
+}
+
+void CmdLineTool::EndExitThread() {
     {
         std::lock_guard<std::mutex> lock(exitMutex_);
         processExitFlag_.store(PROCESS_NORMAL_EXIT);
@@ -153,7 +172,6 @@ void CmdLineTool::StopThread() {
     if (exitThread_.joinable()) {
         exitThread_.join();
     }
-    CLT_LOG_DEBUG << "stop thread success";
 }
 
 }  // namespace zel::clt

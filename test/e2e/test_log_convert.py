@@ -155,6 +155,18 @@ def test_garbage_behind_a_mark_is_dropped_as_it_is_read(tmp_path, marks):
     assert peak - convert_with_peak(tmp_path, empty)[1] < 12 * 1024
     os.remove(log)
 
+@pytest.mark.skipif('ASAN_OPTIONS' in os.environ, reason='a sanitizer reserves terabytes of address space')
+@pytest.mark.parametrize('megabytes', [8, 12, 16, 64])  # below 8 MB the loader fails
+def test_an_address_space_limit_never_aborts(tmp_path, megabytes):
+    records, lines = sample()
+    (log := tmp_path / 'big.log').write_bytes(b''.join(records) * 5000)  # long enough for several threads
+    out = subprocess.run(['prlimit', f'--as={megabytes << 20}', BIN + 'zel-tool', 'log-convert', log],
+                         capture_output=True, env=ENV)
+    if out.returncode != 0 and megabytes < 64:  # 64 MB is enough for any count of processors
+        assert (out.returncode, out.stderr) == (255, b'zel-tool: out of memory\n')
+    else:
+        assert (out.returncode, out.stdout.decode('latin-1')) == (0, ''.join(lines) * 5000)
+
 def blocked_on_its_output(tool):
     """True while a thread of tool waits to write into a full pipe."""
     return 'pipe_write' in subprocess.run(f'cat /proc/{tool.pid}/task/*/wchan', shell=True, capture_output=True,

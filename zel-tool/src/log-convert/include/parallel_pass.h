@@ -44,8 +44,9 @@ public:
     ParallelPass& operator=(const ParallelPass&) = delete;
 
     // Decodes from the reader's position towards end, in the pass the decoder has started.
-    // kDone may leave the reader short of end where no thread could be started; the caller
-    // then goes on alone.
+    // kDone may leave the reader short of end where no thread could be started, or the threads
+    // ran out of memory; the caller then goes on alone. The threads started are joined before
+    // it returns, whatever way.
     PassEnd Run(uint64_t end);
     // Bytes the calling thread decoded itself: what wrong guesses and spans left undecoded cost.
     uint64_t Redecoded() const { return redecoded_; }
@@ -53,9 +54,13 @@ public:
     struct Checkpoint;
     struct Span;
     class SpanText;
+    class Crew;
 
 private:
     void Work();
+    // False where memory ran out: the span is left whole to the joining thread.
+    bool DecodeOrLeave(std::size_t index, Span& span, SpanText& text, BlockDecoder& decoder,
+                       std::vector<uint8_t>& look);
     void Decode(std::size_t index, Span& span, SpanText& text, BlockDecoder& decoder, std::vector<uint8_t>& look);
     // How many bytes a decoder likely carries at the block end at; reads them into look, where
     // they start at bytes.
@@ -86,6 +91,7 @@ private:
     std::vector<Span> slots_;           // span i is decoded into slot i % size
     std::size_t next_ = 0;              // the next span a worker takes
     std::size_t joined_ = 0;            // the spans joined so far
+    unsigned live_ = 0;                 // worker threads that still take spans
     std::atomic<bool> quit_{false};     // the join has ended: spans in flight end at their next piece
 };
 

@@ -1,7 +1,7 @@
 // Worker: runs one job, fixed when it is made, on a thread of its own, one run at a time. The
-// thread starts with the first run; where none can be started (the process is out of threads),
-// Start runs the job itself. Start and Wait are called from one thread, the owner; the job may
-// touch what the owner leaves alone between Start and the next Wait.
+// thread starts with the first run; where none can be started (the process is out of threads
+// or memory), Start runs the job itself, then and on every later run: a start is tried once. Start and Wait are called
+// from one thread, the owner; the job may touch what the owner leaves alone between Start and the next Wait.
 #ifndef ZEL_CLT_WORKER_H
 #define ZEL_CLT_WORKER_H
 
@@ -38,6 +38,7 @@ private:
     std::condition_variable idle_;  // the owner: the run is over
     bool busy_ = false;
     bool quit_ = false;
+    bool noThread_ = false;  // a start failed: the owner runs the job
     bool ownerWaiting_ = false;
 };
 

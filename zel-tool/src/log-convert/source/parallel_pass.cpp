@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <system_error>
+#include <exception>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -53,49 +54,97 @@ ParallelPass::ParallelPass(FileReader& reader, BlockDecoder& decoder, ConvertTex
 
 ParallelPass::~ParallelPass() = default;
 
+// The worker threads of one pass: told to quit and joined however the pass ends.
+class ParallelPass::Crew {
+public:
+    explicit Crew(ParallelPass& pass) : pass_(pass) {}
+    ~Crew() {
+        {
+            std::lock_guard<std::mutex> lock(pass_.mutex_);
+            pass_.quit_ = true;
+        }
+        pass_.slotFree_.notify_all();
+        for (std::thread& thread : threads_) {
+            thread.join();
+        }
+    }
+    Crew(const Crew&) = delete;
+    Crew& operator=(const Crew&) = delete;
+
+    // False where no thread can be started (the process is out of threads or memory).
+    bool Start() {
+        try {
+            threads_.reserve(threads_.size() + 1);
+            std::lock_guard<std::mutex> lock(pass_.mutex_);  // the thread counts itself out under it
+            threads_.emplace_back(&ParallelPass::Work, &pass_);
+            ++pass_.live_;
+            return true;
+        } catch (const std::exception&) {
+            return false;
+        }
+    }
+    bool Empty() const { return threads_.empty(); }
+
+private:
+    ParallelPass& pass_;
+    std::vector<std::thread> threads_;
+};
+
 PassEnd ParallelPass::Run(uint64_t end) {
     start_ = reader_.Position();
     end_ = end;
     spanCount_ = static_cast<std::size_t>((end - start_ + shape_.spanSize - 1) / shape_.spanSize);
     initial_.assign(decoder_.Carried(), decoder_.Carried() + decoder_.CarriedSize());
     slots_.resize(std::min<std::size_t>(shape_.workers + 1, spanCount_));
-    std::vector<std::thread> workers;
-    for (unsigned i = 0; i < shape_.workers; ++i) {
-        try {
-            workers.emplace_back(&ParallelPass::Work, this);
-        } catch (const std::system_error&) {
-            break;  // the process is out of threads: those there are do the work
-        }
+    // the joining thread's room for the text it decodes itself, taken before the workers take
+    // theirs: where memory is short, fewer workers start
+    (void)text_.Lines().Reserve(kOutputChunk + kReadPiece);
+    Crew crew(*this);
+    for (unsigned i = 0; i < shape_.workers && crew.Start(); ++i) {
     }
-    const PassEnd result = workers.empty() ? PassEnd::kDone : Join();
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        quit_ = true;
-    }
-    slotFree_.notify_all();
-    for (std::thread& worker : workers) {
-        worker.join();
-    }
-    return result;
+    return crew.Empty() ? PassEnd::kDone : Join();
 }
 
 void ParallelPass::Work() {
-    SpanText text(text_.Holding());
-    BlockDecoder decoder(text, decoder_.BlockSize());
-    std::vector<uint8_t> look;
-    std::unique_lock<std::mutex> lock(mutex_);
-    while (!quit_ && next_ < spanCount_) {
-        const std::size_t index = next_++;
-        slotFree_.wait(lock, [&] { return quit_ || index < joined_ + slots_.size(); });
-        if (quit_) {
-            break;
+    try {
+        SpanText text(text_.Holding());
+        BlockDecoder decoder(text, decoder_.BlockSize());
+        std::vector<uint8_t> look;
+        std::unique_lock<std::mutex> lock(mutex_);
+        while (!quit_ && next_ < spanCount_) {
+            const std::size_t index = next_++;
+            slotFree_.wait(lock, [&] { return quit_ || index < joined_ + slots_.size(); });
+            if (quit_) {
+                break;
+            }
+            Span& span = slots_[index % slots_.size()];
+            lock.unlock();
+            const bool decoded = DecodeOrLeave(index, span, text, decoder, look);
+            lock.lock();
+            span.decoded = index;
+            spanDone_.notify_one();
+            if (!decoded) {
+                break;
+            }
         }
-        Span& span = slots_[index % slots_.size()];
-        lock.unlock();
+    } catch (const std::bad_alloc&) {
+        // this thread's buffers could not be had: the other threads and the joining one decode
+    }
+    std::lock_guard<std::mutex> lock(mutex_);
+    --live_;
+    spanDone_.notify_one();
+}
+
+bool ParallelPass::DecodeOrLeave(std::size_t index, Span& span, SpanText& text, BlockDecoder& decoder,
+                                 std::vector<uint8_t>& look) {
+    try {
         Decode(index, span, text, decoder, look);
-        lock.lock();
-        span.decoded = index;
-        spanDone_.notify_one();
+        return true;
+    } catch (const std::bad_alloc&) {  // the span is left whole to the joining thread
+        span.start = start_ + index * shape_.spanSize;
+        span.end = span.start;
+        span.checkpoints.clear();
+        return false;
     }
 }
 
@@ -178,7 +227,10 @@ PassEnd ParallelPass::Join() {
         Span& span = slots_[index % slots_.size()];
         {
             std::unique_lock<std::mutex> lock(mutex_);
-            spanDone_.wait(lock, [&] { return span.decoded == index; });
+            spanDone_.wait(lock, [&] { return span.decoded == index || live_ == 0; });
+            if (span.decoded != index) {
+                return PassEnd::kDone;  // no worker is left: the caller goes on alone
+            }
         }
         if (Stopping()) {
             return PassEnd::kStopped;

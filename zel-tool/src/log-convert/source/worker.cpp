@@ -21,7 +21,7 @@ void Worker::Start() {
         WaitUntilIdle(lock);
         busy_ = true;
     }
-    if (!thread_.joinable() && !StartThread()) {
+    if (noThread_ || (!thread_.joinable() && !StartThread())) {
         // no thread to be had: the owner runs the job itself, and the run is over however the
         // job ends
         struct EndOfRun {
@@ -41,7 +41,8 @@ bool Worker::StartThread() {
     try {
         thread_ = std::thread(&Worker::Run, this);
         return true;
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {  // system_error: out of threads; bad_alloc: of memory
+        noThread_ = true;
         return false;
     }
 }
