@@ -25,11 +25,13 @@ namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
 
 // Collects what std::cout receives while alive, from any thread; WaitFor waits until it has
-// received exactly expected (false after a minute, a hang guard).
+// received exactly expected, WaitForFlush until std::cout was first flushed (false after a
+// minute, a hang guard).
 struct CoutCapture : std::streambuf {
     std::mutex mutex;
     std::condition_variable grown;
     std::string text;
+    bool flushed = false;
     std::chrono::milliseconds holdFirst{0};  // the first write waits up to this for another to overtake it
     std::streambuf* old = std::cout.rdbuf(this);
     ~CoutCapture() override { std::cout.rdbuf(old); }
@@ -46,6 +48,14 @@ struct CoutCapture : std::streambuf {
         const char ch = static_cast<char>(c);
         return c == EOF ? 0 : (xsputn(&ch, 1), c);
     }
+    int sync() override {
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            flushed = true;
+        }
+        grown.notify_all();
+        return 0;
+    }
     std::string Text() {
         std::lock_guard<std::mutex> lock(mutex);
         return text;
@@ -53,6 +63,10 @@ struct CoutCapture : std::streambuf {
     bool WaitFor(const std::string& expected) {
         std::unique_lock<std::mutex> lock(mutex);
         return grown.wait_for(lock, std::chrono::minutes(1), [&] { return text == expected; });
+    }
+    bool WaitForFlush() {
+        std::unique_lock<std::mutex> lock(mutex);
+        return grown.wait_for(lock, std::chrono::minutes(1), [&] { return flushed; });
     }
 };
 

@@ -15,9 +15,9 @@
 // pipe whose reader has gone ends the process at the next poll (StandardOutput).
 //
 // ConvertLogFile runs on the main thread. Stop may be called from any other thread at any
-// time. It ends a plain conversion after the piece being decoded (its lines are written; what
-// was not read is not reported as discarded); in follow mode it ends the follow loop, which
-// notices at once when waiting and otherwise after the pass it is printing.
+// time. It ends the going back over the last records after the block being parsed, and a pass
+// after the piece being decoded (its lines are written; what was not read is not reported as
+// discarded); in follow mode it also ends the follow loop, which notices at once when waiting.
 #ifndef ZEL_CLT_LOG_CONVERT_SERVICE_H
 #define ZEL_CLT_LOG_CONVERT_SERVICE_H
 
@@ -85,7 +85,7 @@ private:
     ara::log::LogStorageMsg backwardRecord_;  // reused for every record tried backwards
 
     std::atomic<bool> following_;             // the follow flag: set from cmd_.isContinue, cleared by Stop
-    std::atomic<bool> stopRequested_{false};  // set by Stop: a plain conversion ends soon after
+    std::atomic<bool> stopRequested_{false};  // set by Stop: the positioning and a pass end soon after
     bool passStopped_ = false;                // a forward pass was ended by Stop
     bool startPositioned_ = false;            // the backward positioning runs at most once
     std::mutex stopMutex_;                    // pairs with stopped_, so that a Stop is never missed

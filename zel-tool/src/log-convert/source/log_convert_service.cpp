@@ -150,7 +150,7 @@ void LogConvertService::SetLogStartPos() {
     reader_.Seek(fileSize_);
     Bytes span;
     Bytes front;  // the bytes in front of the earliest mark tried, up to one block
-    while (cmd_.tailNum > 0 && ReverseReadLogFile(span, front)) {
+    while (cmd_.tailNum > 0 && !stopRequested_ && ReverseReadLogFile(span, front)) {
         ReverseParseLogFile(span, front);
     }
     if (cmd_.tailNum == 0) {
@@ -205,6 +205,10 @@ void LogConvertService::ReadAndPrintLog() {
         Message() << "File stream is abnormal " << std::endl;
         return;
     }
+    if (stopRequested_) {  // during the backward positioning: nothing was printed yet
+        passStopped_ = true;
+        return;
+    }
     const uint64_t start = reader_.Position();
     if (isGzip_) {  // a compressed file is read once, and not decoded
         Bytes block(static_cast<std::size_t>(std::min<uint64_t>(kBlockSize, fileSize_ - start)));
@@ -214,8 +218,7 @@ void LogConvertService::ReadAndPrintLog() {
         return;
     }
     const PassShape shape = !firstPass ? PassShape{} : firstPass_ ? *firstPass_ : ShapeFor(fileSize_ - start);
-    switch (RunForwardPass(reader_, decoder_, text_, writer_, fileSize_, shape,
-                           cmd_.isContinue ? nullptr : &stopRequested_)) {
+    switch (RunForwardPass(reader_, decoder_, text_, writer_, fileSize_, shape, &stopRequested_)) {
         case PassEnd::kDone:
             break;
         case PassEnd::kOutputFailed:
