@@ -56,11 +56,16 @@ def test_follow_prints_every_appended_record_once(tmp_path, shim, sig, words, ta
     assert tool.stop(sig) == (0, b'')
     assert tool.text() == ''.join(lines[12 - tail:])
 
-def test_shrinking_file_ends_following(tmp_path):
+@pytest.mark.parametrize('rewrite', [False, True], ids=['shrunk', 'truncated and refilled beyond its size'])
+def test_shrinking_file_ends_following(tmp_path, rewrite):
     records, lines = sample()
     tool = Follow(tmp_path, records[:10], 'continue')
     tool.text(lines[9])
-    os.truncate(tool.log, len(records[0]))
+    if rewrite:  # in one write, so that no poll sees it shorter
+        with open(tool.log, 'r+b') as f:
+            f.write(b''.join(records[1:12]))
+    else:
+        os.truncate(tool.log, len(records[0]))
     assert tool.proc.wait(5) == 0
     assert tool.text() == ''.join(lines[:10]) + 'File stream read failed \nFile stream is abnormal\n' + expand([LV])
 

@@ -12,7 +12,9 @@
 // other message and before returning.
 //
 // A failed write to standard output ends the conversion and the following; in follow mode a
-// pipe whose reader has gone ends the process at the next poll (StandardOutput).
+// pipe whose reader has gone ends the process at the next poll (StandardOutput). A followed file
+// that shrank below the read position, or was truncated and written again past it (the bytes
+// before the position changed), ends the following as a failed read.
 //
 // ConvertLogFile runs on the main thread. Stop may be called from any other thread at any
 // time. It ends the going back over the last records after the block being parsed, and a pass
@@ -65,6 +67,8 @@ private:
     bool ReverseReadLogFile(Bytes& span, const Bytes& front);
     void SetLogStartPos();
     void ReverseParseLogFile(const Bytes& span, Bytes& front);
+    // Forgets the record carried into the read that failed, and says so.
+    void ReadFailed();
     // Writes the text made so far, and any piece still in flight, and flushes.
     void FlushRecords();
     // Standard output for a message line, after the text made so far.

@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 namespace zel::clt {
 
@@ -53,6 +55,18 @@ std::size_t FileReader::ReadAt(uint64_t pos, uint8_t* into, std::size_t length) 
         done += static_cast<std::size_t>(got);
     }
     return done;
+}
+
+void FileReader::NoteTail() { tailSize_ = Tail(tail_); }
+
+bool FileReader::Rewritten() const {
+    uint8_t now[kTailSize];
+    return Tail(now) != tailSize_ || std::memcmp(now, tail_, tailSize_) != 0;
+}
+
+std::size_t FileReader::Tail(uint8_t* into) const {
+    const auto size = static_cast<std::size_t>(std::min<uint64_t>(kTailSize, position_));
+    return ReadAt(position_ - size, into, size);
 }
 
 }  // namespace zel::clt

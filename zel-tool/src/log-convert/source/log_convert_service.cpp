@@ -209,6 +209,11 @@ void LogConvertService::ReadAndPrintLog() {
         passStopped_ = true;
         return;
     }
+    if (!firstPass && reader_.Rewritten()) {  // truncated and written again: as if it shrank
+        reader_.Fail();
+        ReadFailed();
+        return;
+    }
     const uint64_t start = reader_.Position();
     if (isGzip_) {  // a compressed file is read once, and not decoded
         Bytes block(static_cast<std::size_t>(std::min<uint64_t>(kBlockSize, fileSize_ - start)));
@@ -229,10 +234,17 @@ void LogConvertService::ReadAndPrintLog() {
             passStopped_ = true;  // the rest was never read: nothing to report of it
             break;
         case PassEnd::kReadFailed:
-            decoder_.Reset();  // the record carried into the block that failed goes with it, uncounted
-            Message() << "File stream read failed " << std::endl;
+            ReadFailed();
             break;
     }
+    if (cmd_.isContinue) {
+        reader_.NoteTail();
+    }
+}
+
+void LogConvertService::ReadFailed() {
+    decoder_.Reset();  // the record carried into the block that failed goes with it, uncounted
+    Message() << "File stream read failed " << std::endl;
 }
 
 int32_t LogConvertService::ConvertLogFile() {
