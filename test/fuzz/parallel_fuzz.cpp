@@ -51,7 +51,7 @@ std::string Convert(const uint8_t* data, std::size_t size, std::size_t block, st
     const PassEnd end = RunForwardPass(file, decoder, text, out, size, shape, nullptr);
     std::string state = std::to_string(static_cast<int>(end)) + " " + std::to_string(file.Failed()) + " " +
                         std::to_string(file.Failed() ? 0 : file.Position()) + " " +
-                        std::to_string(decoder.CarriedSize()) + " " + std::to_string(text.Dropped()) + "\n";
+                        std::to_string(decoder.CarriedSize()) + " " + std::to_string(text.DroppedSinceRecord()) + "\n";
     decoder.Drain();
     text.ReportDropped();
     out.Post(text.Lines());

@@ -14,7 +14,7 @@ using bytes::LoadBe;
 using bytes::LoadLe;
 using bytes::Reader;
 
-constexpr std::size_t kMarkSize = 4;
+constexpr std::size_t kMarkSize = LogStorageMsg::kMarkSize;
 constexpr std::size_t kV1StorageSize = 16;
 constexpr std::size_t kV1StandardSize = 4;
 constexpr std::size_t kExtendedSize = 10;

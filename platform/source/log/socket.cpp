@@ -12,8 +12,9 @@
 namespace ara::log {
 namespace {
 
-// How long a connect or a send to the log daemon may wait: a daemon that is stopped or stuck
-// stops accepting, its queue of pending connections fills, and connect would wait for ever.
+// How long a connect to the log daemon may wait: a daemon that is stopped or stuck stops
+// accepting, its queue of pending connections fills, and connect would wait for ever. (The
+// service sends without waiting, MSG_DONTWAIT: a full socket buffer fails the send at once.)
 constexpr timeval kStreamTimeout{1, 0};
 
 // Fills an address that the caller value-initialised.

@@ -69,10 +69,13 @@ public:
     std::pair<timespec, timespec> GetPlatformTime() const { return {dataTime_, storageTime_}; }
     const LogLTMessage& GetLogMsg() const { return message_; }
 
-    // True when at least 4 bytes are there and the first 4 are a storage mark: "DLT" and the
+    // The storage mark: "DLT" and the version byte.
+    static constexpr std::size_t kMarkSize = 4;
+    // True when at least kMarkSize bytes are there and they are a storage mark: "DLT" and the
     // version byte 1 or 2.
     static bool StartsWithMark(const std::uint8_t* data, std::size_t size) {
-        return size >= 4 && data[0] == 'D' && data[1] == 'L' && data[2] == 'T' && (data[3] == 0x01 || data[3] == 0x02);
+        return size >= kMarkSize && data[0] == 'D' && data[1] == 'L' && data[2] == 'T' &&
+               (data[3] == 0x01 || data[3] == 0x02);
     }
     // True when data (at least one byte) may open a record: a storage mark (or the start of one,
     // cut by the end of the bytes) whose headers are valid or not all there yet. A mark with

@@ -61,6 +61,12 @@ public:
     // dropped and the rest judged again, until none is carried.
     void Drain();
 
+    // How many bytes a decoder of a file of whole records likely carries at a block end that it
+    // did not reach: decoding resumes at the start of the record that holds the byte before the
+    // block end (0 where no record reaches it). data holds the before bytes in front of the block
+    // end and what follows of size bytes, at least a mark's length less one where there is more.
+    std::size_t CarriedAt(const uint8_t* data, std::size_t before, std::size_t size);
+
     // The bytes carried: they start where decoding resumes and end with the last block judged.
     const uint8_t* Carried() const { return readDataBuf_.get() + begin_; }
     std::size_t CarriedSize() const { return end_ - begin_; }

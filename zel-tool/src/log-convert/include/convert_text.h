@@ -34,9 +34,10 @@ public:
 
     // Writes the line for the bytes dropped since the last record, if any.
     void ReportDropped();
-    // Bytes dropped since the last record (with holdFirst and no record yet: since the start).
-    uint64_t Dropped() const { return discardSize_; }
-    void SetDropped(uint64_t bytes) { discardSize_ = bytes; }
+    // Bytes dropped since the last record (with holdFirst and no record yet: since the start);
+    // Dropped(bytes) adds to them.
+    uint64_t DroppedSinceRecord() const { return discardSize_; }
+    void SetDroppedSinceRecord(uint64_t bytes) { discardSize_ = bytes; }
     // With holdFirst: whether a record came and, once one has, what was dropped in front of it.
     bool SawRecord() const { return sawRecord_; }
     uint64_t Held() const { return held_; }

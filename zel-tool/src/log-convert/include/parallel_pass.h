@@ -62,9 +62,10 @@ private:
     bool DecodeOrLeave(std::size_t index, Span& span, SpanText& text, BlockDecoder& decoder,
                        std::vector<uint8_t>& look);
     void Decode(std::size_t index, Span& span, SpanText& text, BlockDecoder& decoder, std::vector<uint8_t>& look);
-    // How many bytes a decoder likely carries at the block end at; reads them into look, where
-    // they start at bytes.
-    std::size_t LikelyCarried(uint64_t at, std::vector<uint8_t>& look, const uint8_t*& bytes) const;
+    // How many bytes decoder likely carries at the block end at (BlockDecoder::CarriedAt); reads
+    // them into look, where they start at bytes.
+    std::size_t LikelyCarried(uint64_t at, BlockDecoder& decoder, std::vector<uint8_t>& look,
+                              const uint8_t*& bytes) const;
     PassEnd Join();
     PassEnd JoinSpan(Span& span);
     bool Same(const Checkpoint& checkpoint) const;

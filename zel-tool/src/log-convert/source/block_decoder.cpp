@@ -6,7 +6,7 @@
 namespace zel::clt {
 namespace {
 
-constexpr std::size_t kMarkSize = 4;
+constexpr std::size_t kMarkSize = ara::log::LogStorageMsg::kMarkSize;
 
 }  // namespace
 
@@ -122,6 +122,26 @@ std::size_t BlockDecoder::DiscardLeftData(std::size_t limit) {
     }
     begin_ += first;
     return first;
+}
+
+std::size_t BlockDecoder::CarriedAt(const uint8_t* data, std::size_t before, std::size_t size) {
+    for (std::size_t n = before; n > 0;) {
+        const void* d = memrchr(data, 'D', n);
+        if (d == nullptr) {
+            break;
+        }
+        const auto r = static_cast<std::size_t>(static_cast<const uint8_t*>(d) - data);
+        if (ara::log::LogStorageMsg::StartsWithMark(data + r, size - r) &&
+            ara::log::LogStorageMsg::CanOpenRecord(data + r, size - r)) {
+            // a record that ends before the block end is done, and so is what lies behind it
+            const int64_t consumed = record_.Deserialize(data + r, before - r);
+            const bool done = consumed > 0 && static_cast<uint64_t>(consumed) == record_.GetLength() &&
+                              static_cast<std::size_t>(consumed) < before - r;
+            return done ? 0 : before - r;
+        }
+        n = r;
+    }
+    return 0;
 }
 
 }  // namespace zel::clt

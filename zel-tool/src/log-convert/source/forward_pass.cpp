@@ -18,7 +18,7 @@ constexpr uint64_t kSpanBudget = 12 * 1024 * 1024;
 constexpr uint64_t kLargestSpan = 512 * 1024;
 constexpr uint64_t kSmallestSpan = 64 * 1024;
 // One piece read on one thread: it stays in the processor's cache while it is decoded.
-constexpr std::size_t kReadPiece = 64 * 1024;
+constexpr std::size_t kOneThreadPiece = 64 * 1024;
 
 unsigned UsableProcessors() {
     cpu_set_t set;
@@ -57,7 +57,7 @@ PassEnd RunForwardPass(FileReader& reader, BlockDecoder& decoder, ConvertText& t
             return result;
         }
     }
-    const std::size_t piece = std::max<std::size_t>(1, kReadPiece / decoder.BlockSize()) * decoder.BlockSize();
+    const std::size_t piece = std::max<std::size_t>(1, kOneThreadPiece / decoder.BlockSize()) * decoder.BlockSize();
     while (reader.Position() < end) {
         if (stop != nullptr && stop->load(std::memory_order_relaxed)) {
             return PassEnd::kStopped;

@@ -10,11 +10,12 @@
 namespace zel::clt {
 namespace {
 
-constexpr std::size_t kReadPiece = 128 * 1024;
+// A span worker reads its span in pieces of this size.
+constexpr std::size_t kSpanPiece = 128 * 1024;
 // How far before a span's start the record that holds it is looked for. A longer record is
 // rare, and a wrong guess only costs the joining thread the blocks up to the record's end.
 constexpr uint64_t kLook = 4096;
-constexpr std::size_t kMarkSize = 4;
+constexpr std::size_t kMarkSize = ara::log::LogStorageMsg::kMarkSize;
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
 }  // namespace
@@ -43,7 +44,7 @@ class ParallelPass::SpanText : public ConvertText {
 public:
     explicit SpanText(ConvertText&& text) : ConvertText(std::move(text)) {}
     void BlockDone(std::size_t carried) override {
-        checkpoints->push_back({carried, Lines().Size(), Dropped(), SawRecord()});
+        checkpoints->push_back({carried, Lines().Size(), DroppedSinceRecord(), SawRecord()});
     }
     std::vector<Checkpoint>* checkpoints = nullptr;
 };
@@ -98,7 +99,7 @@ PassEnd ParallelPass::Run(uint64_t end) {
     slots_.resize(std::min<std::size_t>(shape_.workers + 1, spanCount_));
     // the joining thread's room for the text it decodes itself, taken before the workers take
     // theirs: where memory is short, fewer workers start
-    (void)text_.Lines().Reserve(kOutputChunk + kReadPiece);
+    (void)text_.Lines().Reserve(kOutputChunk + kSpanPiece);
     Crew crew(*this);
     for (unsigned i = 0; i < shape_.workers && crew.Start(); ++i) {
     }
@@ -158,19 +159,19 @@ void ParallelPass::Decode(std::size_t index, Span& span, SpanText& text, BlockDe
     // made once at its full size: grown step by step, every slot's text would leave the steps
     // behind in the heap
     text.Lines().Reserve(static_cast<std::size_t>(std::min<uint64_t>(shape_.textLimit, 2 * shape_.spanSize)) +
-                         kReadPiece);
+                         kSpanPiece);
     text.checkpoints = &span.checkpoints;
     decoder.Reset();
     if (index == 0) {
         decoder.Carry(initial_.data(), initial_.size());
     } else {
         const uint8_t* bytes = nullptr;
-        const std::size_t carried = LikelyCarried(span.start, look, bytes);
+        const std::size_t carried = LikelyCarried(span.start, decoder, look, bytes);
         decoder.Carry(bytes, carried);
     }
     decoder.StartPass(end_ - span.start);
     span.checkpoints.push_back({decoder.CarriedSize(), 0, 0, false});
-    const std::size_t piece = std::max<std::size_t>(1, kReadPiece / decoder.BlockSize()) * decoder.BlockSize();
+    const std::size_t piece = std::max<std::size_t>(1, kSpanPiece / decoder.BlockSize()) * decoder.BlockSize();
     uint64_t pos = span.start;
     while (pos < planned && !Stopping() && !quit_ && text.Lines().Size() <= shape_.textLimit) {
         const auto n = static_cast<std::size_t>(std::min<uint64_t>(piece, planned - pos));
@@ -186,40 +187,22 @@ void ParallelPass::Decode(std::size_t index, Span& span, SpanText& text, BlockDe
     span.carried.assign(decoder.Carried(), decoder.Carried() + decoder.CarriedSize());
     std::swap(span.text, text.Lines());
     span.held = text.Held();
-    span.dropped = text.Dropped();
+    span.dropped = text.DroppedSinceRecord();
     span.sawRecord = text.SawRecord();
 }
 
-std::size_t ParallelPass::LikelyCarried(uint64_t at, std::vector<uint8_t>& look, const uint8_t*& bytes) const {
+std::size_t ParallelPass::LikelyCarried(uint64_t at, BlockDecoder& decoder, std::vector<uint8_t>& look,
+                                        const uint8_t*& bytes) const {
     const uint64_t from = at - std::min(at - start_, kLook);
     const uint64_t to = std::min<uint64_t>(at + kMarkSize - 1, end_);  // a mark just before at runs past it
     look.resize(static_cast<std::size_t>(to - from));
     if (reader_.ReadAt(from, look.data(), look.size()) != look.size()) {
         return 0;  // the joining thread meets the failure
     }
-    const uint8_t* data = look.data();
     const auto before = static_cast<std::size_t>(at - from);
-    for (std::size_t n = before; n > 0;) {
-        const void* d = memrchr(data, 'D', n);
-        if (d == nullptr) {
-            break;
-        }
-        const auto r = static_cast<std::size_t>(static_cast<const uint8_t*>(d) - data);
-        if (ara::log::LogStorageMsg::StartsWithMark(data + r, look.size() - r) &&
-            ara::log::LogStorageMsg::CanOpenRecord(data + r, look.size() - r)) {
-            // a record that ends before at is done, and so is what lies between it and at
-            ara::log::LogStorageMsg record;
-            const int64_t consumed = record.Deserialize(data + r, before - r);
-            if (consumed > 0 && static_cast<uint64_t>(consumed) == record.GetLength() &&
-                static_cast<std::size_t>(consumed) < before - r) {
-                return 0;
-            }
-            bytes = data + r;
-            return before - r;
-        }
-        n = r;
-    }
-    return 0;
+    const std::size_t carried = decoder.CarriedAt(look.data(), before, look.size());
+    bytes = look.data() + before - carried;
+    return carried;
 }
 
 PassEnd ParallelPass::Join() {
@@ -273,19 +256,20 @@ PassEnd ParallelPass::JoinSpan(Span& span) {
 
 bool ParallelPass::Same(const Checkpoint& checkpoint) const {
     return checkpoint.carried == decoder_.CarriedSize() &&
-           (!checkpoint.sawRecord || checkpoint.dropped == text_.Dropped());
+           (!checkpoint.sawRecord || checkpoint.dropped == text_.DroppedSinceRecord());
 }
 
 PassEnd ParallelPass::Splice(Span& span, std::size_t k) {
     const Checkpoint& at = span.checkpoints[k];
     if (!at.sawRecord) {  // the span's count from there to its first record joins the true one
-        text_.SetDropped(text_.Dropped() + (span.sawRecord ? span.held : span.dropped) - at.dropped);
+        text_.SetDroppedSinceRecord(text_.DroppedSinceRecord() + (span.sawRecord ? span.held : span.dropped) -
+                                    at.dropped);
         if (span.sawRecord) {
             text_.ReportDropped();
         }
     }
     if (span.sawRecord) {
-        text_.SetDropped(span.dropped);
+        text_.SetDroppedSinceRecord(span.dropped);
     }
     if (!text_.Lines().Empty() && !out_.Write(text_.Lines())) {
         return PassEnd::kOutputFailed;
