@@ -18,9 +18,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::getline(in, first);
     std::istringstream firstLine(first);
     std::vector<std::string> words, patterns;
-    for (std::string word; std::getline(firstLine, word, ' ');) words.push_back(word);
+    for (std::string word; std::getline(firstLine, word, ' ');) {
+        words.push_back(word);
+    }
     for (std::string line; std::getline(in, line);) {
-        if (std::count(line.begin(), line.end(), '[') <= 8) patterns.push_back(line);
+        if (std::count(line.begin(), line.end(), '[') <= 8) {
+            patterns.push_back(line);
+        }
     }
     tree.Write("matcher", "matcher", patterns);
     std::streambuf* const saved = std::cout.rdbuf(nullptr);  // a stream without a buffer writes nothing

@@ -111,7 +111,9 @@ TEST_F(ProcessorTest, ShippedPatterns) {
     const char* values[] = {"LOG", "level", "appid"};  // values that look like keywords too
     for (std::size_t pairs = 1, from = 0, to = 1; pairs <= 6; ++pairs, from = to, to = control.size()) {
         for (std::size_t i = from; i < to; ++i) {
-            for (std::size_t k = 0; k < 3; ++k) control.push_back(control[i] + keywords[k] + values[(k + pairs) % 3]);
+            for (std::size_t k = 0; k < 3; ++k) {
+                control.push_back(control[i] + keywords[k] + values[(k + pairs) % 3]);
+            }
         }
     }
     for (const char* file : {"a.log", "continue", "datatime", "5"}) {
@@ -139,8 +141,12 @@ TEST_F(ProcessorTest, ShippedPatterns) {
             tree_.Put(plugin, nlohmann::ordered_json::parse(std::ifstream(shipped)).dump());
             ASSERT_TRUE(Configuration::GetInstance().Load(plugin));
             test::CoutCapture out;
-            for (const auto& line : accepted) EXPECT_TRUE(check(line)) << tool << ": " << line;
-            for (const auto& line : refused) EXPECT_FALSE(check(line)) << tool << ": " << line;
+            for (const auto& line : accepted) {
+                EXPECT_TRUE(check(line)) << tool << ": " << line;
+            }
+            for (const auto& line : refused) {
+                EXPECT_FALSE(check(line)) << tool << ": " << line;
+            }
             EXPECT_EQ(out.Text(), "") << tool;  // no ambiguity and no bracket error
         }
     }
