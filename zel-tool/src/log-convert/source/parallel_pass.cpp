@@ -72,16 +72,17 @@ public:
     Crew(const Crew&) = delete;
     Crew& operator=(const Crew&) = delete;
 
-    // False where no thread can be started (the process is out of threads or memory).
-    bool Start() {
+    // Starts up to n threads: the first that cannot start (the process is out of threads or
+    // memory) ends the trying, and those started do the work.
+    void Start(unsigned n) {
         try {
-            threads_.reserve(threads_.size() + 1);
-            std::lock_guard<std::mutex> lock(pass_.mutex_);  // the thread counts itself out under it
-            threads_.emplace_back(&ParallelPass::Work, &pass_);
-            ++pass_.live_;
-            return true;
+            threads_.reserve(n);
+            while (threads_.size() < n) {
+                std::lock_guard<std::mutex> lock(pass_.mutex_);  // a thread counts itself out under it
+                threads_.emplace_back(&ParallelPass::Work, &pass_);
+                ++pass_.live_;
+            }
         } catch (const std::exception&) {
-            return false;
         }
     }
     bool Empty() const { return threads_.empty(); }
@@ -101,8 +102,7 @@ PassEnd ParallelPass::Run(uint64_t end) {
     // theirs: where memory is short, fewer workers start
     (void)text_.Lines().Reserve(kOutputChunk + kSpanPiece);
     Crew crew(*this);
-    for (unsigned i = 0; i < shape_.workers && crew.Start(); ++i) {
-    }
+    crew.Start(shape_.workers);
     return crew.Empty() ? PassEnd::kDone : Join();
 }
 
