@@ -227,9 +227,65 @@ TEST_F(ConvertTest, ParallelPassDecodesOnlyWrongGuessesAgain) {
     EXPECT_EQ(std::make_tuple(end, pass.Redecoded(), reader.Position(), written.Text()),
               std::make_tuple(PassEnd::kDone, uint64_t{2048}, bytes.size(),
                               "in flight\n" + Lines(0, 99, 150) + Lines(100, 100, 7000) + Lines(101, 999, 150)));
-    cpu_set_t usable;  // a big file: a worker per processor it may run on, at most 16
-    ASSERT_EQ(sched_getaffinity(0, sizeof(usable), &usable), 0);
-    EXPECT_EQ(ShapeFor(uint64_t{1} << 32).workers, std::min(static_cast<unsigned>(CPU_COUNT(&usable)), 16u));
+}
+
+// Workers: as many as the smaller of the mask and the quota, rounded up, at most 16; one thread
+// below two processors' worth or on a file of a few megabytes.
+TEST_F(ConvertTest, WorkersFromTheMaskAndTheQuota) {
+    const uint64_t big = uint64_t{1} << 32;
+    const std::vector<std::tuple<unsigned, double, uint64_t, unsigned>> rows{
+        {2, 0, big, 2},    {64, 0, big, 16},  {1, 0, big, 1}, {16, 0.2, big, 1},
+        {16, 1.9, big, 1}, {16, 2.5, big, 3}, {3, 8, big, 3}, {16, 0, 1 << 20, 1}};
+    for (const auto& [mask, quota, bytes, workers] : rows) {
+        EXPECT_EQ(ShapeFor(bytes, ProcessorBudget{mask, quota}).workers, workers) << mask << " " << quota;
+    }
+}
+
+// The quota of the process's group, the smallest on its path up, in a tree of /proc and /sys.
+TEST_F(ConvertTest, CgroupQuota) {
+    const std::string v2 = "41 31 0:38 / /sys/fs/cgroup rw - cgroup2 cgroup2 rw\n";
+    const std::string v1 = "32 31 0:29 / /sys/fs/cgroup/cpu,cpuacct rw - cgroup cgroup rw,cpu,cpuacct\n";
+    using Files = std::vector<std::pair<std::string, std::string>>;
+    const std::vector<std::pair<Files, double>> rows{
+        {{{"proc/self/cgroup", "0::/svc\n"},
+          {"proc/self/mountinfo", v2},
+          {"sys/fs/cgroup/svc/cpu.max", "20000 100000"}},
+         0.2},
+        {{{"proc/self/cgroup", "0::/svc\n"}, {"proc/self/mountinfo", v2}, {"sys/fs/cgroup/svc/cpu.max", "max 100000"}},
+         0},
+        {{{"proc/self/cgroup", "0::/a/b/c\n"},
+          {"proc/self/mountinfo", v2},
+          {"sys/fs/cgroup/a/cpu.max", "400000 100000"},
+          {"sys/fs/cgroup/a/b/cpu.max", "150000 100000"},
+          {"sys/fs/cgroup/a/b/c/cpu.max", "300000 100000"}},
+         1.5},
+        {{{"proc/self/cgroup", "0::/pod/svc\n"},  // a mount of the pod's group alone
+          {"proc/self/mountinfo", "41 31 0:38 /pod /sys/fs/cgroup rw - cgroup2 cgroup2 rw\n"},
+          {"sys/fs/cgroup/cpu.max", "max 100000"},
+          {"sys/fs/cgroup/svc/cpu.max", "300000 100000"}},
+         3},
+        {{{"proc/self/cgroup", "4:memory:/m\n1:cpu,cpuacct:/svc\n0::/\n"},
+          {"proc/self/mountinfo", v2 + v1},
+          {"sys/fs/cgroup/cpu,cpuacct/svc/cpu.cfs_quota_us", "250000\n"},
+          {"sys/fs/cgroup/cpu,cpuacct/svc/cpu.cfs_period_us", "100000\n"}},
+         2.5},
+        {{{"proc/self/cgroup", "1:cpu,cpuacct:/svc\n"},  // no mountinfo: the usual layout
+          {"sys/fs/cgroup/cpu,cpuacct/cpu.cfs_quota_us", "50000\n"},
+          {"sys/fs/cgroup/cpu,cpuacct/cpu.cfs_period_us", "100000\n"},
+          {"sys/fs/cgroup/cpu,cpuacct/svc/cpu.cfs_quota_us", "-1\n"},
+          {"sys/fs/cgroup/cpu,cpuacct/svc/cpu.cfs_period_us", "100000\n"}},
+         0.5},
+        {{{"proc/self/cgroup", "0::/gone\n"}, {"proc/self/mountinfo", v2}}, 0},
+        {{{"proc/self/cgroup", "0::/svc\n"}, {"proc/self/mountinfo", v2}, {"sys/fs/cgroup/svc/cpu.max", "20000"}}, 0},
+        {{}, 0}};
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const std::string root = dir.Path("tree" + std::to_string(i));
+        for (const auto& [path, text] : rows[i].first) {
+            test::fs::create_directories(test::fs::path(root + "/" + path).parent_path());
+            std::ofstream(root + "/" + path) << text;
+        }
+        EXPECT_EQ(CgroupCpuQuota(root + "/proc", root + "/sys"), rows[i].second) << "row " << i;
+    }
 }
 
 TEST_F(ConvertTest, FileChecks) {

@@ -16,6 +16,7 @@
 #include "block_decoder.h"
 #include "convert_text.h"
 #include "file_reader.h"
+#include "processor_budget.h"
 #include "text_output.h"
 
 namespace zel::clt {
@@ -31,10 +32,10 @@ struct PassShape {
     std::size_t textLimit = 0;  // a span whose text grows past this ends early
 };
 
-// How a pass over bytes is cut: on one thread below a few megabytes or with one processor,
-// otherwise on as many as the process may run on (its affinity mask), at most 16, with spans
-// small enough that their buffers stay within 16 MB.
-PassShape ShapeFor(uint64_t bytes);
+// How a pass over bytes is cut: on one thread below a few megabytes or below two processors'
+// worth of the budget, otherwise on as many as the budget allows (rounded up), at most 16, with
+// spans small enough that their buffers stay within 16 MB.
+PassShape ShapeFor(uint64_t bytes, const ProcessorBudget& budget);
 
 enum class PassEnd { kDone, kStopped, kReadFailed, kOutputFailed };
 

@@ -44,7 +44,8 @@ namespace zel::clt {
 
 class LogConvertService {
 public:
-    // firstPass: how the first forward pass is cut; by default as ShapeFor its length says.
+    // firstPass: how the first forward pass is cut; by default as ShapeFor says for its length and
+    // the budget of this process.
     explicit LogConvertService(ConvertCommand cmd, std::optional<PassShape> firstPass = std::nullopt);
     virtual ~LogConvertService() = default;
     LogConvertService(const LogConvertService&) = delete;

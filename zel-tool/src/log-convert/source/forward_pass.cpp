@@ -1,8 +1,7 @@
 #include "forward_pass.h"
 
-#include <sched.h>
-
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "parallel_pass.h"
@@ -20,22 +19,14 @@ constexpr uint64_t kSmallestSpan = 64 * 1024;
 // One piece read on one thread: it stays in the processor's cache while it is decoded.
 constexpr std::size_t kOneThreadPiece = 64 * 1024;
 
-unsigned UsableProcessors() {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    if (sched_getaffinity(0, sizeof(set), &set) != 0) {
-        return 1;
-    }
-    return static_cast<unsigned>(CPU_COUNT(&set));
-}
-
 }  // namespace
 
-PassShape ShapeFor(uint64_t bytes) {
-    const unsigned workers = std::min(UsableProcessors(), kMostWorkers);
-    if (workers < 2 || bytes < kParallelFrom) {
+PassShape ShapeFor(uint64_t bytes, const ProcessorBudget& budget) {
+    const double usable = budget.Usable();
+    if (usable < 2 || bytes < kParallelFrom) {  // below two processors' worth, workers only cost
         return PassShape{};
     }
+    const unsigned workers = std::min(static_cast<unsigned>(std::ceil(usable)), kMostWorkers);
     uint64_t span = kLargestSpan;
     while ((workers + 2) * 2 * span > kSpanBudget && span > kSmallestSpan) {
         span /= 2;

@@ -222,7 +222,9 @@ void LogConvertService::ReadAndPrintLog() {
         }
         return;
     }
-    const PassShape shape = !firstPass ? PassShape{} : firstPass_ ? *firstPass_ : ShapeFor(fileSize_ - start);
+    const PassShape shape = !firstPass   ? PassShape{}
+                            : firstPass_ ? *firstPass_
+                                         : ShapeFor(fileSize_ - start, ThisProcessBudget());
     switch (RunForwardPass(reader_, decoder_, text_, writer_, fileSize_, shape, &stopRequested_)) {
         case PassEnd::kDone:
             break;
