@@ -29,12 +29,13 @@ constexpr std::size_t kOutputChunk = 512 * 1024;
 struct PassShape {
     unsigned workers = 1;       // threads that decode spans; with 1 the caller decodes alone
     uint64_t spanSize = 0;      // bytes per span: whole blocks
-    std::size_t textLimit = 0;  // a span whose text grows past this ends early
+    std::size_t textLimit = 0;  // the room for a span's text: a span ends early rather than outgrow it
 };
 
 // How a pass over bytes is cut: on one thread below a few megabytes or below two processors'
 // worth of the budget, otherwise on as many as the budget allows (rounded up), at most 16, with
-// spans small enough that their buffers stay within 16 MB.
+// spans small enough that what the workers hold (ParallelPass::MostHeld) stays within 10 MB and
+// the whole conversion within 16 MB.
 PassShape ShapeFor(uint64_t bytes, const ProcessorBudget& budget);
 
 enum class PassEnd { kDone, kStopped, kReadFailed, kOutputFailed };

@@ -19,8 +19,14 @@
 // would on one thread. The calling thread also writes the text (TextOutput::Write): besides
 // joining it has nothing to do, and handing each span to a writer thread cost more than it saved.
 //
-// At most workers + 1 spans are decoded or waiting, each with its text (up to the text limit
-// and the lines of one more block), and each worker reads the file in pieces of 128 KB.
+// Memory: at most workers + 1 spans are decoded or waiting, each in a slot with its text, made
+// once at the text limit (or twice the span, if less). A worker judges its span a block at a
+// time and ends it early rather than let the text outgrow that room: a block goes in only while
+// the room left holds 6 characters for every byte it judges, the carried ones included (no
+// record and no garbage makes more); the span's first block goes in whatever its text. Each
+// worker reads its span in pieces of 128 KB into its decoder, whose buffer holds a piece and the
+// bytes carried before it: 256 KB, or 512 KB once two records of over 64 KB are carried
+// together. MostHeld adds these up, for ShapeFor to keep within its budget.
 #ifndef ZEL_CLT_PARALLEL_PASS_H
 #define ZEL_CLT_PARALLEL_PASS_H
 
@@ -50,6 +56,9 @@ public:
     PassEnd Run(uint64_t end);
     // Bytes the calling thread decoded itself: what wrong guesses and spans left undecoded cost.
     uint64_t Redecoded() const { return redecoded_; }
+    // The most that the texts of the spans in flight and the workers' decoders hold in a pass of
+    // this shape (see the top of this file).
+    static uint64_t MostHeld(const PassShape& shape);
 
     struct Checkpoint;
     struct Span;

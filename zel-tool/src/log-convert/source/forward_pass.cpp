@@ -12,8 +12,9 @@ namespace {
 // A pass shorter than this takes a few milliseconds on one thread: starting more does not pay.
 constexpr uint64_t kParallelFrom = 4 * 1024 * 1024;
 constexpr unsigned kMostWorkers = 16;
-// Span texts, each up to twice its span, for the spans in flight and the piece being written.
-constexpr uint64_t kSpanBudget = 12 * 1024 * 1024;
+// What the workers' buffers may hold: with the one thread's own (its text, the piece being
+// written, its decoder) and the program, the conversion stays within 16 MB.
+constexpr uint64_t kPassBudget = 10 * 1024 * 1024;
 constexpr uint64_t kLargestSpan = 512 * 1024;
 constexpr uint64_t kSmallestSpan = 64 * 1024;
 // One piece read on one thread: it stays in the processor's cache while it is decoded.
@@ -27,11 +28,12 @@ PassShape ShapeFor(uint64_t bytes, const ProcessorBudget& budget) {
         return PassShape{};
     }
     const unsigned workers = std::min(static_cast<unsigned>(std::ceil(usable)), kMostWorkers);
-    uint64_t span = kLargestSpan;
-    while ((workers + 2) * 2 * span > kSpanBudget && span > kSmallestSpan) {
-        span /= 2;
+    PassShape shape{workers, kLargestSpan, 2 * kLargestSpan};  // a text up to twice its span
+    while (ParallelPass::MostHeld(shape) > kPassBudget && shape.spanSize > kSmallestSpan) {
+        shape.spanSize /= 2;
+        shape.textLimit = static_cast<std::size_t>(2 * shape.spanSize);
     }
-    return PassShape{workers, span, static_cast<std::size_t>(2 * span)};
+    return shape;
 }
 
 PassEnd RunForwardPass(FileReader& reader, BlockDecoder& decoder, ConvertText& text, TextOutput& out, uint64_t end,

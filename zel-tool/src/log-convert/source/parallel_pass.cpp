@@ -12,6 +12,9 @@ namespace {
 
 // A span worker reads its span in pieces of this size.
 constexpr std::size_t kSpanPiece = 128 * 1024;
+// The most characters of text a byte judged may add: a byte of garbage and a record of 20 bytes
+// make about 120 (a "Discard" line and a record line); raw data is 3 a byte.
+constexpr std::size_t kMostTextPerByte = 6;
 // How far before a span's start the record that holds it is looked for. A longer record is
 // rare, and a wrong guess only costs the joining thread the blocks up to the record's end.
 constexpr uint64_t kLook = 4096;
@@ -92,6 +95,11 @@ private:
     std::vector<std::thread> threads_;
 };
 
+uint64_t ParallelPass::MostHeld(const PassShape& shape) {
+    return (uint64_t{shape.workers} + 1) * std::min<uint64_t>(shape.textLimit, 2 * shape.spanSize) +
+           uint64_t{shape.workers} * 2 * kSpanPiece;
+}
+
 PassEnd ParallelPass::Run(uint64_t end) {
     start_ = reader_.Position();
     end_ = end;
@@ -158,8 +166,7 @@ void ParallelPass::Decode(std::size_t index, Span& span, SpanText& text, BlockDe
     text.Restart();
     // made once at its full size: grown step by step, every slot's text would leave the steps
     // behind in the heap
-    text.Lines().Reserve(static_cast<std::size_t>(std::min<uint64_t>(shape_.textLimit, 2 * shape_.spanSize)) +
-                         kSpanPiece);
+    text.Lines().Reserve(static_cast<std::size_t>(std::min<uint64_t>(shape_.textLimit, 2 * shape_.spanSize)));
     text.checkpoints = &span.checkpoints;
     decoder.Reset();
     if (index == 0) {
@@ -173,14 +180,25 @@ void ParallelPass::Decode(std::size_t index, Span& span, SpanText& text, BlockDe
     span.checkpoints.push_back({decoder.CarriedSize(), 0, 0, false});
     const std::size_t piece = std::max<std::size_t>(1, kSpanPiece / decoder.BlockSize()) * decoder.BlockSize();
     uint64_t pos = span.start;
-    while (pos < planned && !Stopping() && !quit_ && text.Lines().Size() <= shape_.textLimit) {
+    // a block at a time, the first whatever its text, the next only while the text has room for what it may add
+    auto room = [&](uint64_t at) {
+        return at == span.start ||
+               text.Lines().Size() + kMostTextPerByte * (decoder.CarriedSize() + decoder.BlockSize()) <=
+                   shape_.textLimit;
+    };
+    while (pos < planned && !Stopping() && !quit_ && room(pos)) {
         const auto n = static_cast<std::size_t>(std::min<uint64_t>(piece, planned - pos));
         const std::size_t got = reader_.ReadAt(pos, decoder.Room(n), n);
         const std::size_t whole = got < n ? decoder.WholeBlocks(got) : n;
-        decoder.Add(whole);
-        pos += whole;
-        if (whole < n) {
-            break;  // the block that failed is read again by the joining thread, and fails there
+        std::size_t added = 0;
+        while (added < whole && room(pos + added)) {
+            const std::size_t step = std::min(whole - added, decoder.BlockSize());
+            decoder.Add(step);
+            added += step;
+        }
+        pos += added;
+        if (added < n) {
+            break;  // the text is full, or a read failed: the joining thread reads that block again, and fails there
         }
     }
     span.end = pos;
