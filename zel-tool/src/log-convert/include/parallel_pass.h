@@ -14,7 +14,7 @@
 // decoded from there on is exactly what one decoder would have made: its text goes out, behind
 // the held count joined to the true one, and the true state moves to the span's end. Where the
 // states differ, the calling thread decodes the block itself and compares again at the next
-// block end. What a span left undecoded (its text outgrew the limit, or a read failed) the
+// block end. What a span left undecoded (its text had no room, or a read failed) the
 // calling thread decodes itself the same way; a failing read then fails the reader, as it
 // would on one thread. The calling thread also writes the text (TextOutput::Write): besides
 // joining it has nothing to do, and handing each span to a writer thread cost more than it saved.
@@ -26,7 +26,8 @@
 // record and no garbage makes more); the span's first block goes in whatever its text. Each
 // worker reads its span in pieces of 128 KB into its decoder, whose buffer holds a piece and the
 // bytes carried before it: 256 KB, or 512 KB once two records of over 64 KB are carried
-// together. MostHeld adds these up, for ShapeFor to keep within its budget.
+// together. MostHeld adds these up, for ShapeFor to keep within its budget. The calling thread
+// holds besides its own text (room for a piece of output and a read piece) and decoder.
 #ifndef ZEL_CLT_PARALLEL_PASS_H
 #define ZEL_CLT_PARALLEL_PASS_H
 
