@@ -241,50 +241,33 @@ TEST_F(ConvertTest, WorkersFromTheMaskAndTheQuota) {
     }
 }
 
-// The quota of the process's group, the smallest on its path up, in a tree of /proc and /sys.
+// The quota of the process's group, the smallest on its path up, from /proc/self/cgroup, its
+// mountinfo (the usual layout where it says nothing) and files below /sys/fs/cgroup.
 TEST_F(ConvertTest, CgroupQuota) {
     const std::string v2 = "41 31 0:38 / /sys/fs/cgroup rw - cgroup2 cgroup2 rw\n";
     const std::string v1 = "32 31 0:29 / /sys/fs/cgroup/cpu,cpuacct rw - cgroup cgroup rw,cpu,cpuacct\n";
+    const std::string pod = "41 31 0:38 /pod /sys/fs/cgroup rw - cgroup2 cgroup2 rw\n";  // the pod's group alone
+    const std::string c = "cpu,cpuacct";
+    const std::string q = "/cpu.cfs_quota_us";
+    const std::string p = "/cpu.cfs_period_us";
     using Files = std::vector<std::pair<std::string, std::string>>;
-    const std::vector<std::pair<Files, double>> rows{
-        {{{"proc/self/cgroup", "0::/svc\n"},
-          {"proc/self/mountinfo", v2},
-          {"sys/fs/cgroup/svc/cpu.max", "20000 100000"}},
-         0.2},
-        {{{"proc/self/cgroup", "0::/svc\n"}, {"proc/self/mountinfo", v2}, {"sys/fs/cgroup/svc/cpu.max", "max 100000"}},
-         0},
-        {{{"proc/self/cgroup", "0::/a/b/c\n"},
-          {"proc/self/mountinfo", v2},
-          {"sys/fs/cgroup/a/cpu.max", "400000 100000"},
-          {"sys/fs/cgroup/a/b/cpu.max", "150000 100000"},
-          {"sys/fs/cgroup/a/b/c/cpu.max", "300000 100000"}},
-         1.5},
-        {{{"proc/self/cgroup", "0::/pod/svc\n"},  // a mount of the pod's group alone
-          {"proc/self/mountinfo", "41 31 0:38 /pod /sys/fs/cgroup rw - cgroup2 cgroup2 rw\n"},
-          {"sys/fs/cgroup/cpu.max", "max 100000"},
-          {"sys/fs/cgroup/svc/cpu.max", "300000 100000"}},
-         3},
-        {{{"proc/self/cgroup", "4:memory:/m\n1:cpu,cpuacct:/svc\n0::/\n"},
-          {"proc/self/mountinfo", v2 + v1},
-          {"sys/fs/cgroup/cpu,cpuacct/svc/cpu.cfs_quota_us", "250000\n"},
-          {"sys/fs/cgroup/cpu,cpuacct/svc/cpu.cfs_period_us", "100000\n"}},
-         2.5},
-        {{{"proc/self/cgroup", "1:cpu,cpuacct:/svc\n"},  // no mountinfo: the usual layout
-          {"sys/fs/cgroup/cpu,cpuacct/cpu.cfs_quota_us", "50000\n"},
-          {"sys/fs/cgroup/cpu,cpuacct/cpu.cfs_period_us", "100000\n"},
-          {"sys/fs/cgroup/cpu,cpuacct/svc/cpu.cfs_quota_us", "-1\n"},
-          {"sys/fs/cgroup/cpu,cpuacct/svc/cpu.cfs_period_us", "100000\n"}},
-         0.5},
-        {{{"proc/self/cgroup", "0::/gone\n"}, {"proc/self/mountinfo", v2}}, 0},
-        {{{"proc/self/cgroup", "0::/svc\n"}, {"proc/self/mountinfo", v2}, {"sys/fs/cgroup/svc/cpu.max", "20000"}}, 0},
-        {{}, 0}};
+    const std::vector<std::tuple<std::string, std::string, Files, double>> rows{
+        {"0::/svc", v2, {{"svc/cpu.max", "20000 100000"}}, 0.2},
+        {"0::/a/b/c", v2, {{"a/cpu.max", "4 1"}, {"a/b/cpu.max", "15 10"}, {"a/b/c/cpu.max", "3 1"}}, 1.5},
+        {"0::/pod/svc", pod, {{"cpu.max", "max 100000"}, {"svc/cpu.max", "3 1"}}, 3},
+        {"4:memory:/m\n1:cpu,cpuacct:/svc\n0::/", v2 + v1, {{c + "/svc" + q, "250"}, {c + "/svc" + p, "100"}}, 2.5},
+        {"1:cpu,cpuacct:/svc", "", {{c + q, "5"}, {c + p, "10"}, {c + "/svc" + q, "-1"}}, 0.5},
+        {"0::/gone", v2, {}, 0},
+        {"0::/svc", v2, {{"svc/cpu.max", "20000"}}, 0}};
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        const std::string root = dir.Path("tree" + std::to_string(i));
-        for (const auto& [path, text] : rows[i].first) {
-            test::fs::create_directories(test::fs::path(root + "/" + path).parent_path());
-            std::ofstream(root + "/" + path) << text;
+        const auto& [cgroup, mounts, files, quota] = rows[i];
+        const std::string root = "tree" + std::to_string(i) + "/";
+        dir.Write(root + "proc/self/cgroup", cgroup);
+        dir.Write(root + "proc/self/mountinfo", mounts);
+        for (const auto& [path, text] : files) {
+            dir.Write(root + "sys/fs/cgroup/" + path, text);
         }
-        EXPECT_EQ(CgroupCpuQuota(root + "/proc", root + "/sys"), rows[i].second) << "row " << i;
+        EXPECT_EQ(CgroupCpuQuota(dir.Path(root + "proc"), dir.Path(root + "sys")), quota) << "row " << i;
     }
 }
 

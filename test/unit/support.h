@@ -77,7 +77,8 @@ struct TempDir {
     TempDir() { mkdtemp(dir.data()); }
     ~TempDir() { fs::remove_all(dir); }
     std::string Path(const std::string& name) const { return dir + "/" + name; }
-    std::string Write(const std::string& name, const std::string& bytes) const {
+    std::string Write(const std::string& name, const std::string& bytes) const {  // in new folders if need be
+        fs::create_directories(fs::path(Path(name)).parent_path());
         std::ofstream(Path(name), std::ios::binary | std::ios::trunc) << bytes;
         return Path(name);
     }
