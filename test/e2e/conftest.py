@@ -8,8 +8,7 @@ BIN, CTRL_SOCKET = ROOT + '/usr/bin/', ROOT + '/tmp/log_daemon_ctrl.sock'
 USER_CONF = ROOT + '/opt/usr/command_line_tool/conf/'
 SYSTEM_CONF = ROOT + '/opt/platform/zel_platform/manual_service/command_line_tool/conf/'
 ENV, SAMPLE = {**os.environ, 'TZ': 'UTC'}, SOURCE + '/samples/daemon-session.log'
-# A build for another architecture names the emulator its installed programs run under (qemu-aarch64)
-# and the C compiler for that architecture.
+# A build for another architecture: the emulator its programs run under (qemu-aarch64), its C compiler.
 EMULATOR, CC = os.environ.get('ZEL_TEST_EMULATOR'), os.environ.get('ZEL_TEST_CC', 'cc')
 
 def installed(name='zel-tool', argv0=None):

@@ -135,12 +135,11 @@ def test_package_installs_runs_and_purges_in_a_throwaway_root(old_conf, kept, pl
     for name in ("zel-tool", "zel-dbg", "log-control", "log-convert"):
         assert (root / "usr/share/man/man1" / f"{name}.1.gz").is_file()
         assert (root / "usr/share/bash-completion/completions" / name).is_file()
-    assert run(*sandbox, *tool("zel-tool"), "-v") == f"command line tool version {VERSION}\n"
     assert sorted(run(*sandbox, *tool("zel-tool"), "-l").split("\n")[1:]) == ["", *("\t" + p for p in plugins)]
     # The build's tree (x86-64) reading the installed configuration, bound over its own, prints the same.
     build_tree = ["bwrap", "--dev-bind", "/", "/", "--setenv", "PATH", BIN,
                   "--ro-bind", etc, BIN.parent.parent / "opt/usr/command_line_tool/conf"]
-    for name, *words in (("zel-tool", "-l"), ("zel-tool", "-a"), ("log-control", "help")):
+    for name, *words in (("zel-tool", "-v"), ("zel-tool", "-l"), ("zel-tool", "-a"), ("log-control", "help")):
         installed = subprocess.run([*sandbox, *tool(name), *words], capture_output=True, text=True)
         expected = subprocess.run([*build_tree, name, *words], capture_output=True, text=True)
         assert (installed.returncode, installed.stdout) == (expected.returncode, expected.stdout)
