@@ -14,15 +14,11 @@ bash tools/install-deps.sh test
 
 jobs=$(nproc)
 # Configures the test build in directory $1 (further cmake arguments follow) with its platform
-# root inside it and, for the link to the MCU, two UDP ports that the kernel reports free now:
-# test runs side by side on one machine then bind different ports.
+# root inside it and, for the link to the MCU, two UDP ports that are free now (free-ports.py).
 configure() {
     local dir=$1 ports
     shift
-    ports=$(python3 -c 'import socket
-s = [socket.socket(socket.AF_INET, socket.SOCK_DGRAM) for _ in range(2)]
-for x in s: x.bind(("127.0.0.1", 0))
-print(*(x.getsockname()[1] for x in s))')
+    ports=$(python3 tools/free-ports.py)
     cmake -S . -B "$dir" -DBUILD_TESTING=ON -DZEL_PLATFORM_ROOT="$PWD/$dir/root" \
         -DZEL_SOC_PORT="${ports% *}" -DZEL_MCU_PORT="${ports#* }" "$@"
 }

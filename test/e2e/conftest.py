@@ -8,11 +8,18 @@ BIN, CTRL_SOCKET = ROOT + '/usr/bin/', ROOT + '/tmp/log_daemon_ctrl.sock'
 USER_CONF = ROOT + '/opt/usr/command_line_tool/conf/'
 SYSTEM_CONF = ROOT + '/opt/platform/zel_platform/manual_service/command_line_tool/conf/'
 ENV, SAMPLE = {**os.environ, 'TZ': 'UTC'}, SOURCE + '/samples/daemon-session.log'
+# A build for another architecture: the emulator its programs run under (qemu-aarch64), its C compiler.
+EMULATOR, CC = os.environ.get('ZEL_TEST_EMULATOR'), os.environ.get('ZEL_TEST_CC', 'cc')
+
+def installed(name='zel-tool', argv0=None):
+    """The start of a command line that runs the installed program name as argv0 (default: name, or its path
+    without an emulator, where another argv0 needs Popen's executable=BIN + name). qemu's -0 passes argv0 on."""
+    return [EMULATOR, '-0', argv0 or name, BIN + name] if EMULATOR else [argv0 or BIN + name]
 
 def run(*words, name='zel-tool', argv0=None, env={}, timeout=20):
     """Runs the installed program as name: its status and standard output; nothing on standard error."""
-    p = subprocess.run([argv0 or name, *words], executable=BIN + name, env={**ENV, **env}, capture_output=True,
-                       stdin=subprocess.DEVNULL, timeout=timeout)
+    p = subprocess.run([*installed(name, argv0 or name), *words], executable=None if EMULATOR else BIN + name,
+                       env={**ENV, **env}, capture_output=True, stdin=subprocess.DEVNULL, timeout=timeout)
     assert p.stderr == b''
     return p.returncode, p.stdout.decode('latin-1')
 

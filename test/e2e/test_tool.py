@@ -2,7 +2,7 @@
 the configuration lookup and refused configuration files, and the tool's own logger."""
 import json, os, re, shutil, subprocess
 import pytest
-from conftest import BIN, SAMPLE, SOURCE, SYSTEM_CONF, USER_CONF, expand, run, wait_for
+from conftest import BIN, SAMPLE, SOURCE, SYSTEM_CONF, USER_CONF, expand, installed, run, wait_for
 
 CLT, LC, LV = 'clt_plugin/clt.json', 'zel-tool/log-control.json', 'zel-tool/log-convert.json'
 VERSION, NOT, WRONG = 'command line tool version 1.0.0\n', 'Error, input cmd not support!\n', 'error, command is wrong \n'
@@ -140,6 +140,6 @@ def full_disk(tmp_path):
 def test_a_failed_write_is_reported(request, words, out, error):
     path = request.getfixturevalue('full_disk') if out == 'full disk' else out
     with open(path or '/dev/null', 'wb') as f:
-        p = subprocess.run([BIN + 'zel-tool', *words], stdout=f, stderr=subprocess.PIPE, timeout=20,
+        p = subprocess.run([*installed(), *words], stdout=f, stderr=subprocess.PIPE, timeout=20,
                            preexec_fn=None if path else lambda: os.close(1))
     assert (p.returncode, p.stderr.decode()) == (255, f'zel-tool: write error: {error}\n')

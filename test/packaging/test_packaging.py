@@ -1,5 +1,5 @@
 """The manual page and the bash completion of the installed tree, and the Debian package run
-in a throwaway root."""
+in a throwaway root: a package for another architecture (arm64) under qemu-user."""
 import json, os, re, shutil, subprocess
 from pathlib import Path
 import pytest
@@ -88,9 +88,13 @@ def test_package_installs_runs_and_purges_in_a_throwaway_root(old_conf, kept, pl
     for d in ("var/lib/dpkg/info", "var/lib/dpkg/updates", "bin", "host", "sbin", "deb", "samples", "proc", "dev", "tmp"):
         (root / d).mkdir(parents=True)
     (root / "bin/sh").symlink_to("/host/sh")
-    arch = run("dpkg-deb", "-f", deb, "Architecture").strip()  # other architectures' libraries may be installed too
-    names = [f"{name}:{arch}" for name in ("base-files", *depends)]
+    arch, native = run("dpkg-deb", "-f", deb, "Architecture").strip(), run("dpkg", "--print-architecture").strip()
+    names = [f"base-files:{native}", *(f"{name}:{arch}" for name in depends)]  # the machine may have several
     (admin / "status").write_text(run("dpkg-query", "-s", *names))
+    (admin / "arch").write_text(f"{native}\n{arch}\n")
+    # A program installed for another architecture runs under qemu-user, named as installed.
+    cpu = run("dpkg-architecture", "-a", arch, "-qDEB_HOST_GNU_CPU").strip()
+    tool = lambda name: [name] if arch == native else [f"qemu-{cpu}", "-0", name, f"/usr/bin/{name}"]
     for name in run("dpkg-query", "-W", "-f", "${binary:Package}\n", *names).split():
         files = Path(f"/var/lib/dpkg/info/{name}.list")
         shutil.copy(files, admin / "info")
@@ -131,10 +135,16 @@ def test_package_installs_runs_and_purges_in_a_throwaway_root(old_conf, kept, pl
     for name in ("zel-tool", "zel-dbg", "log-control", "log-convert"):
         assert (root / "usr/share/man/man1" / f"{name}.1.gz").is_file()
         assert (root / "usr/share/bash-completion/completions" / name).is_file()
-    assert run(*sandbox, "zel-tool", "-v") == f"command line tool version {VERSION}\n"
-    assert sorted(run(*sandbox, "zel-tool", "-l").split("\n")[1:]) == ["", *("\t" + p for p in plugins)]
+    assert sorted(run(*sandbox, *tool("zel-tool"), "-l").split("\n")[1:]) == ["", *("\t" + p for p in plugins)]
+    # The build's tree (x86-64) reading the installed configuration, bound over its own, prints the same.
+    build_tree = ["bwrap", "--dev-bind", "/", "/", "--setenv", "PATH", BIN,
+                  "--ro-bind", etc, BIN.parent.parent / "opt/usr/command_line_tool/conf"]
+    for name, *words in (("zel-tool", "-v"), ("zel-tool", "-l"), ("zel-tool", "-a"), ("log-control", "help")):
+        installed = subprocess.run([*sandbox, *tool(name), *words], capture_output=True, text=True)
+        expected = subprocess.run([*build_tree, name, *words], capture_output=True, text=True)
+        assert (installed.returncode, installed.stdout) == (expected.returncode, expected.stdout)
     sample = run(BIN / "zel-tool", "log-convert", SOURCE / "samples/daemon-session.log")
-    assert run(*sandbox, "log-convert", "/samples/daemon-session.log") == sample
+    assert run(*sandbox, *tool("log-convert"), "/samples/daemon-session.log") == sample
     completion = "/usr/share/bash-completion/completions/log-control"
     assert complete(completion, "log-control reset ", *sandbox) == ["later", "now"]
     assert complete(completion, "log-control reset later 1 2 ", *sandbox) == ["all"]
