@@ -28,7 +28,7 @@ constexpr std::size_t kOutputChunk = 512 * 1024;
 
 struct PassShape {
     unsigned workers = 1;       // threads that decode spans; with 1 the caller decodes alone
-    uint64_t spanSize = 0;      // bytes per span: whole blocks
+    uint64_t spanSize = 0;      // bytes per span: whole blocks, above 0 where workers > 1
     std::size_t textLimit = 0;  // the room for a span's text: a span ends early rather than outgrow it
 };
 

@@ -1,6 +1,7 @@
 #include "forward_pass.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <vector>
 
@@ -17,6 +18,11 @@ constexpr unsigned kMostWorkers = 16;
 constexpr uint64_t kPassBudget = 10 * 1024 * 1024;
 constexpr uint64_t kLargestSpan = 512 * 1024;
 constexpr uint64_t kSmallestSpan = 64 * 1024;
+// Spans are halved from the largest down to no less than the smallest: every size on the way is
+// whole blocks and above 0.
+static_assert(kSmallestSpan > 0 && kSmallestSpan % kBlockSize == 0 && kLargestSpan % kSmallestSpan == 0 &&
+                  ((kLargestSpan / kSmallestSpan) & (kLargestSpan / kSmallestSpan - 1)) == 0,
+              "a span is whole blocks");
 // One piece read on one thread: it stays in the processor's cache while it is decoded.
 constexpr std::size_t kOneThreadPiece = 64 * 1024;
 
@@ -33,6 +39,7 @@ PassShape ShapeFor(uint64_t bytes, const ProcessorBudget& budget) {
         shape.spanSize /= 2;
         shape.textLimit = static_cast<std::size_t>(2 * shape.spanSize);
     }
+    assert(shape.spanSize > 0 && shape.spanSize % kBlockSize == 0);
     return shape;
 }
 

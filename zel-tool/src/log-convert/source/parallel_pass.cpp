@@ -1,6 +1,7 @@
 #include "parallel_pass.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <exception>
 #include <new>
@@ -54,7 +55,9 @@ public:
 
 ParallelPass::ParallelPass(FileReader& reader, BlockDecoder& decoder, ConvertText& text, TextOutput& out,
                            const PassShape& shape, const std::atomic<bool>* stop)
-    : reader_(reader), decoder_(decoder), text_(text), out_(out), shape_(shape), stop_(stop) {}
+    : reader_(reader), decoder_(decoder), text_(text), out_(out), shape_(shape), stop_(stop) {
+    assert(shape.spanSize > 0 && shape.spanSize % decoder.BlockSize() == 0);  // spans are whole blocks
+}
 
 ParallelPass::~ParallelPass() = default;
 
