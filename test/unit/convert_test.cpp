@@ -211,11 +211,7 @@ TEST_F(ConvertTest, TailAcrossBlocks) {
 TEST_F(ConvertTest, ParallelPassDecodesOnlyWrongGuessesAgain) {
     const std::string bytes = Records(0, 99, 150) + Records(100, 100, 7000) + Records(101, 999, 150);
     test::CoutCapture written;
-    written.holdFirst = std::chrono::milliseconds(500);  // its first lines go after the piece in flight
     OutputWriter out;
-    LineBuffer inFlight;
-    inFlight.Commit(std::copy_n("in flight\n", 10, inFlight.Reserve(10)));
-    out.Post(inFlight);
     FileReader reader;
     ASSERT_TRUE(reader.Open(dir.Write("p.log", bytes)));
     ConvertText text(true, true);
@@ -226,7 +222,7 @@ TEST_F(ConvertTest, ParallelPassDecodesOnlyWrongGuessesAgain) {
     out.Drain();
     EXPECT_EQ(std::make_tuple(end, pass.Redecoded(), reader.Position(), written.Text()),
               std::make_tuple(PassEnd::kDone, uint64_t{2048}, bytes.size(),
-                              "in flight\n" + Lines(0, 99, 150) + Lines(100, 100, 7000) + Lines(101, 999, 150)));
+                              Lines(0, 99, 150) + Lines(100, 100, 7000) + Lines(101, 999, 150)));
 }
 
 // Workers: as many as the smaller of the mask and the quota, rounded up, at most 16; one thread
@@ -303,6 +299,37 @@ bool Sleeping(pid_t tid) {
     std::ifstream stat("/proc/self/task/" + std::to_string(tid) + "/stat");
     const std::string line{std::istreambuf_iterator<char>(stat), {}};
     return tid != 0 && line.size() > line.rfind(')') + 2 && line[line.rfind(')') + 2] == 'S';
+}
+
+// Write puts its lines after the piece in flight: the piece is held in its write until the
+// producer's Write has returned (its lines first: the fault) or waits.
+TEST_F(ConvertTest, WriteWaitsForThePieceInFlight) {
+    test::CoutCapture written;
+    std::atomic<pid_t> producer{0};
+    std::atomic<bool> held{false};
+    std::atomic<bool> writing{false};
+    std::atomic<bool> wrote{false};
+    written.holdFirstUntil = [&] {
+        held = true;
+        return wrote || (writing && Sleeping(producer));
+    };
+    OutputWriter out;
+    std::thread([&] {
+        producer = gettid();
+        LineBuffer first;
+        LineBuffer second;
+        first.Commit(std::copy_n("in flight\n", 10, first.Reserve(10)));
+        second.Commit(std::copy_n("written\n", 8, second.Reserve(8)));
+        out.Post(first);
+        for (int i = 0; i < 60000 && !held; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        writing = true;
+        out.Write(second);
+        wrote = true;
+        out.Drain();
+    }).join();
+    EXPECT_EQ(written.Text(), "in flight\nwritten\n");
 }
 
 // Terminate returns once no conversion runs: after a wrong command, after a finished one, and

@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -32,13 +33,17 @@ struct CoutCapture : std::streambuf {
     std::condition_variable grown;
     std::string text;
     bool flushed = false;
-    std::chrono::milliseconds holdFirst{0};  // the first write waits up to this for another to overtake it
+    // The first write waits until this holds, or another write came first (a minute at most).
+    std::function<bool()> holdFirstUntil;
     std::streambuf* old = std::cout.rdbuf(this);
     ~CoutCapture() override { std::cout.rdbuf(old); }
     std::streamsize xsputn(const char* s, std::streamsize n) override {
         {
             std::unique_lock<std::mutex> lock(mutex);
-            grown.wait_for(lock, std::exchange(holdFirst, {}), [&] { return !text.empty(); });
+            const std::function<bool()> release = std::exchange(holdFirstUntil, nullptr);
+            for (int waited = 0; release && waited < 60000 && text.empty() && !release(); ++waited) {
+                grown.wait_for(lock, std::chrono::milliseconds(1));
+            }
             text.append(s, static_cast<std::size_t>(n));
         }
         grown.notify_all();
