@@ -23,7 +23,7 @@ public:
 
     void Wrote(std::size_t size);
     // Bytes a write may hand over to a pipe of capacity bytes (F_GETPIPE_SZ; anyone may change
-    // it) that holds unread bytes.
+    // it) that holds unread bytes (FIONREAD). Asked before each write.
     std::size_t Room(std::size_t capacity, std::size_t unread);
 
 private:

@@ -7,15 +7,15 @@ namespace zel::clt {
 void PipeRoom::Wrote(std::size_t size) {
     writes_.push_back(size);
     kept_ += size;
-    // the pipe never holds more than its capacity: older writes are read
-    while (writes_.size() > 1 && kept_ - writes_.front() >= widest_) {
-        kept_ -= writes_.front();
-        writes_.pop_front();
-    }
 }
 
 std::size_t PipeRoom::Room(std::size_t capacity, std::size_t unread) {
     widest_ = std::max(widest_, capacity);
+    // the pipe never holds more than it ever could: older writes are read
+    while (writes_.size() > 1 && kept_ - writes_.front() >= widest_) {
+        kept_ -= writes_.front();
+        writes_.pop_front();
+    }
     const std::size_t pages = capacity / page_;
     const std::size_t taken = PagesTaken(unread);
     return taken >= pages ? 0 : (pages - taken) * page_;

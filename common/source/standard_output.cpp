@@ -209,6 +209,9 @@ std::size_t StandardOutput::Chunk(const char* data, std::size_t size, bool stopp
     int unread = 0;
     (void)ioctl(fd_, FIONREAD, &unread);
     const int capacity = fcntl(fd_, F_GETPIPE_SZ);  // a reader, or this tool, may widen the pipe
+    if (capacity <= 0) {
+        return size;
+    }
     const std::size_t room =
         pipe_->Room(static_cast<std::size_t>(std::max(capacity, 0)), static_cast<std::size_t>(std::max(unread, 0)));
     if (size <= room) {
