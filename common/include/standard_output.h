@@ -68,6 +68,7 @@ private:
     bool WriteAll(const char* data, std::size_t size);
     // How much of data one write hands over now; 0: none before there is room.
     std::size_t Chunk(const char* data, std::size_t size, bool stopping);
+    std::size_t WholeLinesThatFit(const char* data, std::size_t size);
     void WaitForRoom(int round);
     // False once the output is abandoned and no line is left to end; stopping: it is abandoned.
     bool Begin(Phase phase, bool& stopping);
@@ -79,6 +80,7 @@ private:
     std::atomic<int> error_{0};
     int fd_;                          // standard output, or the pipe's own description
     std::unique_ptr<PipeRoom> pipe_;  // while fd_ is a pipe's own description
+    std::size_t pipeSize_ = 0;        // its capacity when last read
     std::mutex mutex_;                // guards the members below, shared with Abandon
     bool abandoned_ = false;
     Clock::time_point graceEnd_{};

@@ -29,6 +29,12 @@ constexpr int kLongestBackOff = 8;
 
 void Wake(int /*sig*/) {}
 
+// The length of data up to and with its first line end, or all of it.
+std::size_t ToLineEnd(const char* data, std::size_t size) {
+    const void* end = std::memchr(data, '\n', size);
+    return end == nullptr ? size : static_cast<std::size_t>(static_cast<const char*>(end) - data) + 1;
+}
+
 void InstallWakeHandler() {
     struct sigaction action {};
     action.sa_handler = Wake;
@@ -78,13 +84,16 @@ void StandardOutput::OpenOwnPipe() {
     const int fd = open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     struct stat opened {};
     const long page = sysconf(_SC_PAGESIZE);
-    if (fd < 0 || page <= 0 || fstat(fd, &opened) != 0 || opened.st_dev != out.st_dev || opened.st_ino != out.st_ino) {
+    const int capacity = fd < 0 ? -1 : fcntl(fd, F_GETPIPE_SZ);
+    if (capacity <= 0 || page <= 0 || fstat(fd, &opened) != 0 || opened.st_dev != out.st_dev ||
+        opened.st_ino != out.st_ino) {
         if (fd >= 0) {
             (void)close(fd);
         }
         return;  // written as any other output
     }
     fd_ = fd;
+    pipeSize_ = static_cast<std::size_t>(capacity);
     pipe_ = std::make_unique<PipeRoom>(static_cast<std::size_t>(page));
 }
 
@@ -124,7 +133,7 @@ void StandardOutput::Abandon() {
             (void)pthread_kill(writer_, kWakeSignal);
         }
         lock.unlock();
-        Sleep(1000000);
+        Sleep(1000000);  // a millisecond
         lock.lock();
     }
 }
@@ -199,30 +208,28 @@ bool StandardOutput::WriteAll(const char* data, std::size_t size) {
 }
 
 std::size_t StandardOutput::Chunk(const char* data, std::size_t size, bool stopping) {
-    if (stopping) {  // only the rest of the line begun
-        const void* end = std::memchr(data, '\n', size);
-        size = end == nullptr ? size : static_cast<std::size_t>(static_cast<const char*>(end) - data) + 1;
+    if (stopping) {
+        size = ToLineEnd(data, size);  // only the rest of the line begun
     }
-    if (!pipe_) {
-        return size;
-    }
+    return pipe_ ? WholeLinesThatFit(data, size) : size;
+}
+
+std::size_t StandardOutput::WholeLinesThatFit(const char* data, std::size_t size) {
     int unread = 0;
     (void)ioctl(fd_, FIONREAD, &unread);
-    const int capacity = fcntl(fd_, F_GETPIPE_SZ);  // a reader, or this tool, may widen the pipe
-    if (capacity <= 0) {
-        return size;
+    std::size_t room = pipe_->Room(pipeSize_, static_cast<std::size_t>(std::max(unread, 0)));
+    if (size > room) {  // a reader, or this tool, may have widened the pipe
+        const int capacity = fcntl(fd_, F_GETPIPE_SZ);
+        pipeSize_ = capacity > 0 ? static_cast<std::size_t>(capacity) : pipeSize_;
+        room = pipe_->Room(pipeSize_, static_cast<std::size_t>(std::max(unread, 0)));
     }
-    const std::size_t room =
-        pipe_->Room(static_cast<std::size_t>(std::max(capacity, 0)), static_cast<std::size_t>(std::max(unread, 0)));
     if (size <= room) {
         return size;
     }
     if (const void* end = memrchr(data, '\n', room)) {
         return static_cast<std::size_t>(static_cast<const char*>(end) - data) + 1;
     }
-    const void* end = std::memchr(data, '\n', size);
-    const std::size_t line = end == nullptr ? size : static_cast<std::size_t>(static_cast<const char*>(end) - data) + 1;
-    return line > static_cast<std::size_t>(capacity) ? room : 0;  // a line longer than the pipe goes in parts
+    return ToLineEnd(data, size) > pipeSize_ ? room : 0;  // a line longer than the pipe goes in parts
 }
 
 void StandardOutput::WaitForRoom(int round) {
