@@ -242,7 +242,8 @@ void StandardOutput::WaitForRoom(int round) {
         EndAsByBrokenPipe();  // the reader has gone, and no write would show it
     }
     if (round > 0 && pipe_) {  // a free page, but not the room the next line needs
-        Sleep(kBackOffNanoseconds << std::min(round - 1, kLongestBackOff));
+        const timespec backOff{0, kBackOffNanoseconds << std::min(round - 1, kLongestBackOff)};
+        (void)ppoll(nullptr, 0, &backOff, nullptr);  // a wait in poll, as the one above
     }
     End(nullptr);
 }
