@@ -9,9 +9,10 @@
 //     waited on with poll.
 // A pipe is written through a description of its own (opened on /proc/self/fd/1, non-blocking,
 // so the one shared with other processes is left as it is), and only in whole lines that fit
-// in the pipe's free pages (PipeRoom); for the next line it waits. So the pipe never holds part
-// of a line, whenever the reader stops reading. A line longer than the whole pipe cannot wait
-// for room: it goes in parts as the pipe takes them.
+// in the pipe's free pages (PipeRoom); for the next line it waits (poll, and while a free page
+// is not room enough, a back-off of up to 26 ms). So the pipe never holds part of a line,
+// whenever the reader stops reading. A line longer than the whole pipe cannot wait for room: it
+// goes in parts as the pipe takes them; so does a write another writer of the pipe cut short.
 //
 // Abandon (a stop the user asked for) drops what is not yet written, now and from then on: no
 // line starts after it. A line already begun (a write in flight, a long line in parts) is given
