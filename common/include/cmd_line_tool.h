@@ -3,7 +3,7 @@
 // Run lets the built-in executor try the words, else picks the plug-in by the first word, loads
 // its configuration, checks the words against the configured patterns and runs the plug-in.
 // While the plug-in runs, SIGINT and SIGTERM only set the exit flag; an exit thread polls it
-// every 100 ms, abandons standard output (nothing more is written, a blocked write ends) and
+// every 100 ms, abandons standard output (no line starts; one begun ends within 100 ms) and
 // calls the plug-in's Terminate once. The exit thread exists only around
 // ExecCmd and is joined before Run returns, on every path that starts it (a failure that
 // unwinds through Run included: the destructor joins it). A normal end wakes the exit thread at
