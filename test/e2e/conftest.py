@@ -1,6 +1,6 @@
 """The installed tool under this build's platform root, its shipped configuration (put back
 before every test), a recorded log, and private DLT daemons."""
-import json, os, shutil, socket, subprocess, tempfile, time
+import json, os, pathlib, shutil, socket, subprocess, tempfile, time
 import pytest
 
 ROOT, SOURCE = os.environ['ZEL_ROOT'], os.environ['ZEL_SOURCE']
@@ -26,7 +26,8 @@ def run(*words, name='zel-tool', argv0=None, env={}, timeout=20):
 def expand(parts):
     """Expected output: a configuration file named in parts stands for its help, read here."""
     def help_of(path):
-        conf = json.load(open(USER_CONF + path))
+        with open(USER_CONF + path) as f:
+            conf = json.load(f)
         return conf['app'] + ' usage: \n' + ''.join(f'\t{h}\n' for h in conf['help'])
     return ''.join(help_of(p) if p.endswith('.json') else p for p in parts)
 
@@ -64,8 +65,8 @@ class Daemon:
         with open(self.dir + '/dlt.conf', 'w') as f:
             f.write(f'ECUId = ECU1\nControlSocketPath = {ctrl}\nSharedMemorySize = 100000\nLoggingMode = 0\n'
                     'LoggingLevel = 5\n')
-        self.start('dlt-daemon', '-c', self.dir + '/dlt.conf', '-t', self.dir, '-p', self.port,
-                   out=open(self.dir + '/daemon.out', 'wb'))
+        with open(self.dir + '/daemon.out', 'wb') as out:  # the daemon has its own copy
+            self.start('dlt-daemon', '-c', self.dir + '/dlt.conf', '-t', self.dir, '-p', self.port, out=out)
         assert wait_for(lambda: os.path.exists(self.dir + '/dlt') and os.path.exists(ctrl))
     def start(self, *argv, out=subprocess.DEVNULL):
         self.procs.append(subprocess.Popen(argv, env={**os.environ, **self.env}, stdout=out, stderr=subprocess.STDOUT))
@@ -73,7 +74,7 @@ class Daemon:
     def record(self, path):
         """Starts dlt-receive writing what the daemon forwards to path; returns it once connected."""
         recorder = self.start('dlt-receive', '-o', path, '-p', self.port, 'localhost')
-        assert wait_for(lambda: os.path.exists(path) and b'Daemon launched' in open(path, 'rb').read())
+        assert wait_for(lambda: os.path.exists(path) and b'Daemon launched' in pathlib.Path(path).read_bytes())
         return recorder
     def __enter__(self):
         return self

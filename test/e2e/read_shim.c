@@ -23,7 +23,8 @@ ssize_t pread64(int fd, void *into, size_t length, off_t pos) {
     if (failAt && pos + (off_t)length > atoll(failAt)) length = (size_t)(atoll(failAt) - pos);
     const ssize_t got = real(fd, into, length, pos);
     const int out = got > 0 && count ? open(count, O_WRONLY | O_CREAT, 0644) : -1;
-    const int size = snprintf(text, sizeof text, "%020ld", __atomic_add_fetch(&total, got > 0 ? got : 0, __ATOMIC_SEQ_CST));
+    const long now = __atomic_add_fetch(&total, got > 0 ? got : 0, __ATOMIC_SEQ_CST);
+    const int size = snprintf(text, sizeof text, "%020ld", now);
     if (out >= 0 && pwrite(out, text, (size_t)size, 0) >= 0) close(out);
     return got;
 }

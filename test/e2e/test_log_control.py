@@ -1,6 +1,6 @@
 """log-control run as the installed tool: the exact requests that reach stand-ins for the log
 daemon's control socket and the MCU, and a real dlt-daemon applying them."""
-import json, os, re, select, socket, struct
+import json, os, pathlib, re, select, socket, struct
 import pytest
 from conftest import CTRL_SOCKET, USER_CONF, Daemon, expand, run, wait_for
 
@@ -42,7 +42,8 @@ def ends():
     os.path.exists(CTRL_SOCKET) and os.remove(CTRL_SOCKET)
 
 @pytest.mark.parametrize('name, words, status, out, to_daemon, to_mcu', [
-    ('zel-tool', ['level', 'warn'], 0, [], [default(3)], [bytes.fromhex('2500001b434c54001601434c5400636c7400110000000372656d6f')]),
+    ('zel-tool', ['level', 'warn'], 0, [], [default(3)],
+     [bytes.fromhex('2500001b434c54001601434c5400636c7400110000000372656d6f')]),
     ('zel-tool', [], 0, [], [default(4)], [default(4)]),
     ('zel-tool', ['appid', 'LOG', 'ctxid', 'TEST', 'level', 'verbose'], 0, [], [set_level(b'LOG', b'TEST', 6)], []),
     ('zel-tool', ['ctxid', 'TS', 'appid', 'APPLICATION'], 0, [], [set_level(b'APPL', b'TS', 4)], []),
@@ -54,7 +55,8 @@ def ends():
     ('zel-tool', ['appid', 'LOG', 'level', 'loud'], 0, ['error, the input parameter level: loud\n', LC], [], []),
     ('zel-tool', ['app', 'LOG'], 255, [NOT, LC], [], []),
     ('zel-tool', ['level'], 255, [NOT, LC], [], []),
-    ('zel-tool', 'level warn appid A ctxid B level off appid CC ctxid D'.split(), 0, [], [set_level(b'CC', b'D', 0)], []),
+    ('zel-tool', 'level warn appid A ctxid B level off appid CC ctxid D'.split(), 0, [],
+     [set_level(b'CC', b'D', 0)], []),
     ('zel-dbg', ['level', 'warn'], 0, ['zel-dbg/log-control.json'], [], []),  # "0", the process id, lacks a value
 ])
 def test_requests(ends, name, words, status, out, to_daemon, to_mcu):
@@ -91,18 +93,21 @@ def test_no_daemon(ends, daemon):
 def test_unreachable_mcu(ends):
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as squatter:  # on the SoC's port
         squatter.bind(SOC)
-        assert run('log-control', 'level', 'fatal') == (0, 'fail to create connection with MCU \nfail to send MCU log level \n')
+        assert run('log-control', 'level', 'fatal') == (
+            0, 'fail to create connection with MCU \nfail to send MCU log level \n')
     assert ends() == ([default(1)], [])
 
 def test_real_daemon_applies_the_levels():
     with Daemon(CTRL_SOCKET) as daemon, socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as mcu:
         mcu.bind(MCU)
         def sent():  # what the daemon has told its contexts: level [old -> new], trace status
-            return re.findall(r'Send log-level to context: (.*)', open(daemon.dir + '/daemon.out', encoding='latin-1').read())
+            log = pathlib.Path(daemon.dir, 'daemon.out').read_text(encoding='latin-1')
+            return re.findall(r'Send log-level to context: (.*)', log)
         daemon.start('/usr/lib/libdlt-examples/dlt-example-user', '-n', '100000', '-d', '100', 'hello')
         assert wait_for(lambda: len(sent()) == 3)  # the three contexts registered
         told = [f'LOG:{c} [-1 -> 4] [-1 -> 0]' for c in ('TEST', 'TS1', 'TS2')]
-        for words, applied in [(['level', 'warn'], ['TEST [-1 -> 3]', 'TS1 [-1 -> 3]', 'TS2 [-1 -> 3]']),  # following the default
+        following_the_default = ['TEST [-1 -> 3]', 'TS1 [-1 -> 3]', 'TS2 [-1 -> 3]']
+        for words, applied in [(['level', 'warn'], following_the_default),
                                (['appid', 'LOG', 'ctxid', 'TEST', 'level', 'verbose'], ['TEST [6 -> 6]']),
                                (['appid', 'LOG', 'level', 'debug'], ['TEST [5 -> 5]', 'TS1 [5 -> 5]', 'TS2 [5 -> 5]'])]:
             assert run('log-control', *words) == (0, '')

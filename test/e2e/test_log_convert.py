@@ -17,7 +17,8 @@ def shim(tmp_path):
         shims = f"{ENV.get('LD_PRELOAD', '')} {library}"  # after a shim the suite runs under
         preload = {'QEMU_SET_ENV': f'LD_PRELOAD={library}'} if EMULATOR else {'LD_PRELOAD': shims}  # not qemu's
         return {**ENV, **preload, 'ZEL_SHIM_FILE': os.path.realpath(watched),
-                'ZEL_SHIM_COUNT': str(tmp_path / 'count'), 'ASAN_OPTIONS': ENV.get('ASAN_OPTIONS', '') + ':verify_asan_link_order=0',
+                'ZEL_SHIM_COUNT': str(tmp_path / 'count'),
+                'ASAN_OPTIONS': ENV.get('ASAN_OPTIONS', '') + ':verify_asan_link_order=0',
                 **({'ZEL_SHIM_FAIL_AT': str(fail_at)} if fail_at else {})}
     env.count = lambda: int((tmp_path / 'count').read_text())
     return env
@@ -27,8 +28,9 @@ class Follow:
     def __init__(self, tmp_path, records, *words, env=ENV):
         self.log, self.out = tmp_path / 'follow.log', tmp_path / 'out'
         self.log.write_bytes(b''.join(records))
-        self.proc = subprocess.Popen([*installed(), 'log-convert', *words, self.log], env=env,
-                                     stdout=open(self.out, 'wb'), stderr=subprocess.PIPE)
+        with open(self.out, 'wb') as out:  # the tool has its own copy
+            self.proc = subprocess.Popen([*installed(), 'log-convert', *words, self.log], env=env, stdout=out,
+                                         stderr=subprocess.PIPE)
     def append(self, *records):
         with open(self.log, 'ab') as f:
             f.write(b''.join(records))
@@ -92,7 +94,8 @@ def test_as_another_user(mode, limit):
 
 # index, storage time, data time, counter, ECU, application, context, in version 2 file, line and
 # tags, message type, level or subtype, mode, argument count, payload
-PEER = re.compile(r'\d+ (\S+ \S+) +(\S+) (\d{3}) \S+ (\S+) (\S+) (?:.*? )?(log|control|app_trace|nw_trace) (\S+) [VN] \d+ \[(.*)\]')
+PEER = re.compile(r'\d+ (\S+ \S+) +(\S+) (\d{3}) \S+ (\S+) (\S+) (?:.*? )?'
+                  r'(log|control|app_trace|nw_trace) (\S+) [VN] \d+ \[(.*)\]')
 OURS = re.compile(r'(\S+|\S+ \S+) (\S+ \S+) (\d{3}) (\S*) (\S*) (\S+) \[(.*)\]')
 
 def same_records(peer, ours, at_least, v2=False):
@@ -104,7 +107,8 @@ def same_records(peer, ours, at_least, v2=False):
             stamp = time.strftime('%Y/%m/%d %H:%M:%S.', time.gmtime(int(stamp[:-10]))) + stamp[-9:-3]
         else:  # 0.1 ms since start-up
             stamp = '0.000000' if stamp == '----------' else f'{int(stamp) / 10000:.6f}'
-        expected.append((stamp, stored, counter, apid.rstrip('-'), ctid.rstrip('-'), level if kind == 'log' else kind, payload))
+        level = level if kind == 'log' else kind
+        expected.append((stamp, stored, counter, apid.rstrip('-'), ctid.rstrip('-'), level, payload))
     ours = [OURS.fullmatch(text).groups() for text in ours.splitlines()]
     if v2:  # that converter prints no storage times: ours run forward inside the recording's window
         stored = [fields[1] for fields in ours]
@@ -121,7 +125,8 @@ def convert_beside_dlt_convert(dlt, at_least):
 def test_payload_text_as_dlt_convert_prints_it(tmp_path, daemon):
     session, examples = tmp_path / 'session.dlt', '/usr/lib/libdlt-examples/'
     recorder = daemon.record(session)
-    clients = [daemon.start(examples + 'dlt-example-user', *mode, '-n', '12', '-d', '20', 'hi') for mode in ([], ['-g'])]
+    clients = [daemon.start(examples + 'dlt-example-user', *mode, '-n', '12', '-d', '20', 'hi')
+               for mode in ([], ['-g'])]
     clients += [daemon.start(examples + 'dlt-test-user', '-n', '1', '-t', t) for t in '2345']  # every argument type
     assert [client.wait(60) for client in clients] == [0] * 6
     # the daemon reports an application gone once its last client has gone, after their records
@@ -136,7 +141,8 @@ def test_every_control_status_as_dlt_convert_prints_it(tmp_path, service):
     def response(status):  # a version 1 control response with some bytes after the status, or none
         body = struct.pack('>4sIBB4s4s', b'ECU1', 1234, 0x26, 1, b'APP', b'CTX') + struct.pack('<IB', service, status)
         body += b'\x01\x02' if status % 3 else b''
-        return b'DLT\x01' + struct.pack('<II4sBB', 1700000000, 0, b'ECU1', 0x35, status) + struct.pack('>H', 4 + len(body)) + body
+        header = struct.pack('<II4sBB', 1700000000, 0, b'ECU1', 0x35, status) + struct.pack('>H', 4 + len(body))
+        return b'DLT\x01' + header + body
     (tmp_path / 'control.dlt').write_bytes(b''.join(response(status) for status in range(256)))
     convert_beside_dlt_convert(tmp_path / 'control.dlt', 256)
 

@@ -1,11 +1,12 @@
 """The installed zel-tool and zel-dbg: standard output and exit status of the command forms,
 the configuration lookup and refused configuration files, and the tool's own logger."""
-import json, os, re, shutil, subprocess
+import json, os, pathlib, re, shutil, subprocess
 import pytest
 from conftest import BIN, SAMPLE, SOURCE, SYSTEM_CONF, USER_CONF, expand, installed, run, wait_for
 
 CLT, LC, LV = 'clt_plugin/clt.json', 'zel-tool/log-control.json', 'zel-tool/log-convert.json'
-VERSION, NOT, WRONG = 'command line tool version 1.0.0\n', 'Error, input cmd not support!\n', 'error, command is wrong \n'
+VERSION, NOT = 'command line tool version 1.0.0\n', 'Error, input cmd not support!\n'
+WRONG = 'error, command is wrong \n'
 NUM, MISSING = 'error, num can not convert to be int\n', 'error, file path: none.log is not exist\n'
 
 @pytest.mark.parametrize('name, words, status, out', [
@@ -47,7 +48,8 @@ def test_listings():
     with open(USER_CONF + 'zel-tool/mcu.json', 'w') as f:  # the MCU's plug-in is never listed
         json.dump({'app': 'mcu', 'command': ['mcu x'], 'help': []}, f)
     def patterns(name):
-        conf = json.load(open(USER_CONF + f'zel-tool/{name}.json'))
+        with open(USER_CONF + f'zel-tool/{name}.json') as f:
+            conf = json.load(f)
         return conf['app'] + ':\n' + ''.join(f'\t{c}\n' for c in conf['command']) + '\n'
     names = [n[:-5] for n in os.listdir(USER_CONF + 'zel-tool') if n.endswith('.json')]
     listed = 'command line tool support plugin: \n' + ''.join(f'\t{n}\n' for n in names if n != 'mcu')
@@ -106,9 +108,10 @@ def test_configuration_directories():
 def test_logger_reaches_a_running_daemon(daemon):
     recording = daemon.dir + '/record.dlt'
     recorder = daemon.record(recording)
-    assert run('log-convert', 'x y.log', env=daemon.env) == (0, expand(['error, file path: x y.log is not exist\n', LV]))
+    missing = 'error, file path: x y.log is not exist\n'
+    assert run('log-convert', 'x y.log', env=daemon.env) == (0, expand([missing, LV]))
     # the daemon notes the tool's leaving after the tool's last record
-    assert wait_for(lambda: b"Unregistered ApID 'CLT'" in open(recording, 'rb').read())
+    assert wait_for(lambda: b"Unregistered ApID 'CLT'" in pathlib.Path(recording).read_bytes())
     recorder.terminate()
     recorder.wait(5)
     text = subprocess.run(['dlt-convert', '-a', recording], capture_output=True, text=True).stdout
@@ -116,7 +119,8 @@ def test_logger_reaches_a_running_daemon(daemon):
     assert [re.sub(r' : \d+   ', ' : # ', r.split(None, 4)[4]) for r in text.splitlines() if ' CLT- ' in r] == [
         f'{i:03} ECU1 CLT- clt- log debug V {7 + (i == 0)} [{m}]' for i, m in enumerate([
             'main.cpp : # main : execute command: zel-tool log-convert x y.log',
-            'cmd_line_tool.cpp : # Run : Check succ, exec cmd ', 'cmd_line_tool.cpp : # StopTaskThread : Process normal exit success',
+            'cmd_line_tool.cpp : # Run : Check succ, exec cmd ',
+            'cmd_line_tool.cpp : # StopTaskThread : Process normal exit success',
             'cmd_line_tool.cpp : # StopThread : stop thread success', 'cmd_line_tool.cpp : # Run : Exec cmd succ'])]
 
 def test_silent_without_daemon():
@@ -135,7 +139,8 @@ def full_disk(tmp_path):
 
 @pytest.mark.parametrize('words', [['-v'], ['-l'], ['-a'], ['help'], ['log-control', 'level', 'warn'],
                                    ['log-convert', SAMPLE], ['log-convert', 'continue', SAMPLE]])  # no follow
-@pytest.mark.parametrize('out, error', [('/dev/full', 'No space left on device'), ('full disk', 'No space left on device'),
+@pytest.mark.parametrize('out, error', [('/dev/full', 'No space left on device'),
+                                        ('full disk', 'No space left on device'),
                                         (None, 'Bad file descriptor')])  # None: standard output closed
 def test_a_failed_write_is_reported(request, words, out, error):
     path = request.getfixturevalue('full_disk') if out == 'full disk' else out

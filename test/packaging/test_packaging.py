@@ -85,7 +85,8 @@ def test_package_installs_runs_and_purges_in_a_throwaway_root(old_conf, kept, pl
     # dependencies, base-files' directories, the machine's libraries and its programs in /host.
     root, etc = tmp_path / "root", tmp_path / "root/etc/zel-tool/conf"
     admin = root / "var/lib/dpkg"
-    for d in ("var/lib/dpkg/info", "var/lib/dpkg/updates", "bin", "host", "sbin", "deb", "samples", "proc", "dev", "tmp"):
+    for d in ("var/lib/dpkg/info", "var/lib/dpkg/updates", "bin", "host", "sbin", "deb", "samples", "proc", "dev",
+              "tmp"):
         (root / d).mkdir(parents=True)
     (root / "bin/sh").symlink_to("/host/sh")
     arch, native = run("dpkg-deb", "-f", deb, "Architecture").strip(), run("dpkg", "--print-architecture").strip()

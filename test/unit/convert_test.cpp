@@ -53,12 +53,16 @@ std::string Line(int i, std::size_t size = 20) {
 }
 std::string Records(int first, int last, std::size_t size = 20, int version = 1) {
     std::string bytes;
-    while (first <= last) bytes += Encode(Numbered(first++, size, version));
+    while (first <= last) {
+        bytes += Encode(Numbered(first++, size, version));
+    }
     return bytes;
 }
 std::string Lines(int first, int last, std::size_t size = 20) {
     std::string lines;
-    while (first <= last) lines += Line(first++, size);
+    while (first <= last) {
+        lines += Line(first++, size);
+    }
     return lines;
 }
 std::string Discard(std::size_t bytes) {
@@ -66,7 +70,10 @@ std::string Discard(std::size_t bytes) {
 }
 
 struct ConvertTest : testing::Test {
-    static void SetUpTestSuite() { setenv("TZ", "UTC", 1), tzset(); }
+    static void SetUpTestSuite() {
+        setenv("TZ", "UTC", 1);
+        tzset();
+    }
     // Converts the file; in follow mode it goes back tail records and is stopped once the first
     // pass has flushed its text. The first pass gives the same output on one thread and, unless
     // alone, cut into spans of one or two blocks on more (the short text limit ends spans early).
@@ -123,9 +130,13 @@ TEST_F(ConvertTest, RecordLines) {
 
 TEST_F(ConvertTest, EveryPrefixPrintsTheCompleteRecords) {
     std::vector<std::string> records;  // sizes that put records across the block ends
-    for (int i = 0; i < 9; ++i) records.push_back(Encode(Numbered(i, 150 + 170 * i)));
+    for (int i = 0; i < 9; ++i) {
+        records.push_back(Encode(Numbered(i, 150 + 170 * i)));
+    }
     std::string file;
-    for (const auto& record : records) file += record;
+    for (const auto& record : records) {
+        file += record;
+    }
     for (std::size_t cut = 0; cut <= file.size(); ++cut) {
         std::string expected;
         std::size_t complete = 0;
@@ -347,11 +358,17 @@ TEST_F(ConvertTest, PluginTerminate) {
     LogConvertPlugin plugin;
     std::promise<void> returned;
     std::atomic<pid_t> waiting{0};
-    std::thread terminator([&] { waiting = gettid(), plugin.Terminate(), returned.set_value(); });
+    std::thread terminator([&] {
+        waiting = gettid();
+        plugin.Terminate();
+        returned.set_value();
+    });
     struct sigaction wake {};
     wake.sa_handler = [](int) {};
     sigaction(SIGUSR1, &wake, nullptr);
-    for (int i = 0; i < 60000 && !Sleeping(waiting); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (int i = 0; i < 60000 && !Sleeping(waiting); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     pthread_kill(terminator.native_handle(), SIGUSR1);  // a signal in the middle of its wait
     auto terminated = returned.get_future();
     // it must not return, whatever the time: waiting longer only catches more
@@ -371,10 +388,15 @@ std::atomic<bool> g_stopsSent{false};
 struct CountingFollow : LogConvertPlugin {
     int32_t ExecCmd(const std::vector<std::string>& words) override {
         const int32_t result = LogConvertPlugin::ExecCmd(words);
-        while (!g_stopsSent) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        while (!g_stopsSent) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
         return result;
     }
-    void Terminate() override { ++g_terminates, LogConvertPlugin::Terminate(); }
+    void Terminate() override {
+        ++g_terminates;
+        LogConvertPlugin::Terminate();
+    }
 };
 const PluginFactory g_follow("ut-follow", [] { return std::unique_ptr<Plugin>(new CountingFollow); });
 
@@ -393,10 +415,15 @@ const PluginFactory g_follow("ut-follow", [] { return std::unique_ptr<Plugin>(ne
         seen = out.WaitFor(Lines(8, 9));
         std::ofstream(path, std::ios::binary | std::ios::app) << Records(10, 9 + appended);
         seen = seen && out.WaitFor(Lines(8, 9 + appended));
-        if (signals.empty()) g_stopsSent = true, plugin.Terminate();
+        if (signals.empty()) {
+            g_stopsSent = true;
+            plugin.Terminate();
+        }
         for (const int sig : signals) {
             kill(getpid(), sig);
-            while (g_terminates == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            while (g_terminates == 0) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
         }
         g_stopsSent = true;
     });
