@@ -170,7 +170,7 @@ def test_garbage_behind_a_mark_is_dropped_as_it_is_read(tmp_path, marks):
     assert peak - convert_with_peak(tmp_path, empty)[1] < 12 * 1024
     os.remove(log)
 
-@pytest.mark.skipif('ASAN_OPTIONS' in os.environ or EMULATOR, reason='a sanitizer or qemu reserves address space')
+@pytest.mark.skipif('ASAN_OPTIONS' in os.environ or bool(EMULATOR), reason='a sanitizer or qemu reserves address space')
 @pytest.mark.parametrize('megabytes', [8, 12, 16, 64])  # below 8 MB the loader fails
 def test_an_address_space_limit_never_aborts(tmp_path, megabytes):
     records, lines = sample()
