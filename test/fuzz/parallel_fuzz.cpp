@@ -3,7 +3,8 @@
 // what it left carried. The first six bytes choose the shape, small enough that spans start
 // everywhere a record, a mark or garbage can lie: blocks of 1 to 32 bytes (or the real 2048),
 // spans of 1 to 4 blocks (more in a long file) on 2 to 4 threads, a text limit that may end spans
-// early, where the pass starts, and a read failure at some offset or none. The rest is the file.
+// early, where the pass starts, and a read failure at some offset or none. The rest is the file,
+// whose own version 2 records choose how both read their storage times (a seed per layout).
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -46,6 +47,9 @@ std::string Convert(const uint8_t* data, std::size_t size, std::size_t block, st
     MemoryFile file(data, size, failAt);
     ConvertText text(true, true);
     BlockDecoder decoder(text, block);
+    ara::log::StorageTimeVote vote;
+    vote.Count(data, size, true);
+    decoder.SetStorageLayout(vote.Chosen());
     Collect out;
     file.Seek(start);
     const PassEnd end = RunForwardPass(file, decoder, text, out, size, shape, nullptr);

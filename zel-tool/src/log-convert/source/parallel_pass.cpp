@@ -82,6 +82,7 @@ PassEnd ParallelPass::Run(uint64_t end) {
 void ParallelPass::Work() {
     SpanText text(text_.Holding());
     BlockDecoder decoder(text, decoder_.BlockSize());
+    decoder.SetStorageLayout(decoder_.StorageLayout());
     std::vector<uint8_t> look;
     std::unique_lock<std::mutex> lock(mutex_);
     while (!quit_ && next_ < spanCount_) {
