@@ -59,8 +59,8 @@ bool IsMark(const std::uint8_t* p) { return LogStorageMsg::StartsWithMark(p, kMa
 // What the header walk of one record found: everything the record line needs but the payload
 // text and a version 2 storage time (read in the file's layout once the record is taken). Ids
 // point into the record. A complete walk sets the first five fields; the others only where the
-// header has them. One is made per record: the first five have no initial value,
-// since zeroing the whole struct showed as a few per cent of the decoding.
+// header has them. One is made per record: the first five have no initial value, since zeroing
+// the whole struct showed as a few per cent of the decoding.
 struct LogStorageMsg::Layout {
     std::size_t length;    // storage header plus LEN
     timespec storageTime;  // version 1
@@ -202,7 +202,7 @@ bool ParseV2Extension(std::uint8_t htyp0, std::uint8_t htyp1, Reader& c, Layout&
 }
 
 Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {
-    constexpr std::size_t kFixedStorage = 14;  // mark, seconds (5), nanoseconds (4), ECU id length
+    constexpr std::size_t kFixedStorage = 14;  // mark, storage time (9), ECU id length
     constexpr std::size_t kBaseSize = 7;       // HTYP2, MCNT, LEN
     if (size < kFixedStorage) {
         return Outcome::kIncomplete;
