@@ -2,8 +2,9 @@
 // several, and traps where the two differ in any byte of the text, in how the pass ended or in
 // what it left carried. The first six bytes choose the shape, small enough that spans start
 // everywhere a record, a mark or garbage can lie: blocks of 1 to 32 bytes (or the real 2048),
-// spans of 1 to 4 blocks (more in a long file) on 2 to 4 threads, a text limit that may end spans
-// early, where the pass starts, and a read failure at some offset or none. The rest is the file.
+// spans of 1 to 4 blocks (more in a long file) on 2 to 4 threads or 16, a text limit that may end
+// spans early, where the pass starts, and a read failure at some offset or none. The rest is the
+// file, whose own version 2 records choose how both read their storage times (a seed per layout).
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -46,6 +47,9 @@ std::string Convert(const uint8_t* data, std::size_t size, std::size_t block, st
     MemoryFile file(data, size, failAt);
     ConvertText text(true, true);
     BlockDecoder decoder(text, block);
+    ara::log::StorageTimeVote vote;
+    vote.Count(data, size, true);
+    decoder.SetStorageLayout(vote.Chosen());
     Collect out;
     file.Seek(start);
     const PassEnd end = RunForwardPass(file, decoder, text, out, size, shape, nullptr);
@@ -73,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     while (fileSize / span > kMostSpans) {
         span *= 2;
     }
-    const PassShape shape{2 + data[1] % 3u, span,
+    const PassShape shape{data[1] == 0xFF ? 16 : 2 + data[1] % 3u, span,
                           data[3] & 0x80 ? static_cast<std::size_t>(-1) : (data[3] & 0x7Fu) * 8};
     const std::size_t start = data[4] < 0xC0 ? 0 : (data[4] & 0x3Fu) * fileSize / 64;
     const std::size_t failAt = data[5] < 0xC0 ? static_cast<std::size_t>(-1) : (data[5] & 0x3Fu) * fileSize / 64;

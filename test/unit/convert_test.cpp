@@ -221,6 +221,51 @@ TEST_F(ConvertTest, TailAcrossBlocks) {
     EXPECT_EQ(Convert(dir.Write("empty.log", ""), true), std::make_pair(0, std::string()));
 }
 
+// Version 2 storage times: a version 1 record, then version 2 records of one writer (stored at
+// seconds, nanoseconds), whose times the file's records decide how to read. Every pass reads them
+// alike: one, two, three and sixteen threads, the tail, and a follow that started on version 1 alone.
+TEST_F(ConvertTest, StorageTimeLayouts) {
+    using Layout = dltgen::TimeLayout;
+    using Times = std::vector<std::pair<uint64_t, uint32_t>>;
+    const std::pair<uint64_t, uint32_t> y1990{631152000, 0}, y2026{1780272000, 999999999}, zero{0, 0},
+        y2099{4102444799, 123456789}, halfAlsoA{1780272000, 500000000}, broken{1780272000, 0xFFFFFFFF};
+    const std::string t1990 = "631152000.000000", t2026 = "2026/06/01 00:00:00.999999",
+                      t2099 = "2099/12/31 23:59:59.123456";
+    const std::vector<std::tuple<Layout, Times, test::Words>> rows{
+        {Layout::kA, {y1990, y2026, y2099}, {t1990, t2026, t2099}},
+        {Layout::kB, {y1990, y2026, y2099}, {t1990, t2026, t2099}},
+        {Layout::kC, {y1990, y2026, y2099}, {t1990, t2026, t2099}},
+        {Layout::kC, {y2026, halfAlsoA, y2099}, {t2026, "2026/06/01 00:00:00.500000", t2099}},  // one fits A too
+        {Layout::kB, {y2026, broken, zero, y2099}, {t2026, "2026/06/01 00:00:00.4294967", "0.000000", t2099}},
+        {Layout::kB, {{1780272000, 999999744}}, {"2026/06/01 00:00:00.013212"}},  // every record fits A too: A
+    };
+    for (const auto& [layout, times, printed] : rows) {
+        std::string v2, expected = Line(0, 1500);
+        for (std::size_t i = 0; i < times.size(); ++i) {
+            Record r = Numbered(static_cast<int>(i) + 1, 1500, 2);
+            std::tie(r.seconds, r.subseconds) = times[i];
+            r.layout = layout;
+            v2 += Encode(r);
+            expected += Line(static_cast<int>(i) + 1, 1500).replace(9, 26, printed[i]);
+        }
+        const std::string path = dir.Write("layout.log", Encode(Numbered(0, 1500)));
+        LogConvertService follow(ConvertCommand{true, true, true, 10, path});
+        test::CoutCapture out;
+        auto following = std::async(std::launch::async, [&] { return follow.ConvertLogFile(); });
+        EXPECT_TRUE(out.WaitFor(Line(0, 1500)));
+        std::ofstream(path, std::ios::binary | std::ios::app) << v2;
+        EXPECT_TRUE(out.WaitFor(expected)) << out.Text();
+        follow.Stop();
+        EXPECT_EQ(following.get(), 0);
+        EXPECT_EQ(Convert(path).second, expected);
+        EXPECT_EQ(Convert(path, true, 1).second, expected.substr(expected.rfind('\n', expected.size() - 2) + 1));
+        LogConvertService sixteen(ConvertCommand{false, true, true, 10, path}, PassShape{16, 2048, 1 << 20});
+        test::CoutCapture out16;
+        EXPECT_EQ(sixteen.ConvertLogFile(), 0);
+        EXPECT_EQ(out16.Text(), expected);
+    }
+}
+
 // Workers start where one thread would be, but in a record longer than they look back: there
 // the joining thread decodes until the record ends (2048 bytes), and nothing more.
 TEST_F(ConvertTest, ParallelPassDecodesOnlyWrongGuessesAgain) {

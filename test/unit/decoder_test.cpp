@@ -102,14 +102,6 @@ TEST(DecoderTest, VersionTwoWriterBytes) {
     const auto [data, storage] = msg.GetPlatformTime();
     EXPECT_EQ(std::make_tuple(data.tv_sec, data.tv_nsec, storage.tv_sec, storage.tv_nsec),
               std::make_tuple(time_t{1795405730}, 404913640L, time_t{1795405730}, 405166575L));
-    for (const bool bigEndian : {false, true}) {  // the storage header's nanoseconds in either byte order
-        Record r = Args({});
-        r.version = 2;
-        r.subseconds = 250000000;
-        r.nanosBigEndian = bigEndian;
-        Decode(Encode(r), msg);
-        EXPECT_EQ(msg.GetPlatformTime().second.tv_nsec, 250000000) << bigEndian;
-    }
 }
 
 TEST(DecoderTest, GarbageAndCutRecords) {

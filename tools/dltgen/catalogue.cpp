@@ -104,7 +104,7 @@ std::vector<Record> Catalogue() {
     v2.tsRelative = false;
     v2.args = {Arg::String("all fields")};
     add(v2);
-    v2.nanosBigEndian = true;
+    v2.layout = TimeLayout::kB;  // a record of another writer: the file's layout reads it
     add(v2);
     return records;
 }

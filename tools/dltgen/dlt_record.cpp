@@ -108,7 +108,8 @@ std::string EncodeV2(const Record& r) {
                                          (r.privacy ? 0x04 : 0) | (r.segmentation ? 0x08 : 0));
     const std::size_t len =
         r.lengthOverride ? *r.lengthOverride : 7 + conditional.size() + extension.size() + payload.size();
-    std::string out = "DLT\x02" + Be(r.seconds, 5) + Ordered(r.subseconds, 4, r.nanosBigEndian) + ShortText(r.ecu);
+    std::string out = "DLT\x02" + std::string(9, '\0') + ShortText(r.ecu);
+    PutStorageTime(out, 4, r.seconds, r.subseconds, r.layout);
     out += {htyp0, htyp1, '\0', '\0', static_cast<char>(r.mcnt)};
     return out + Be(len, 2) + conditional + extension + payload;
 }
@@ -144,6 +145,16 @@ std::string Encode(const Record& record) { return record.version == 2 ? EncodeV2
 void Put(std::string& out, std::size_t at, uint64_t value, int width, bool bigEndian) {
     for (int i = 0; i < width; ++i, value >>= 8) {
         out[at + static_cast<std::size_t>(bigEndian ? width - 1 - i : i)] = static_cast<char>(value & 0xFF);
+    }
+}
+
+void PutStorageTime(std::string& out, std::size_t at, uint64_t seconds, uint32_t nanos, TimeLayout layout) {
+    if (layout == TimeLayout::kC) {
+        Put(out, at, nanos, 4, false);
+        Put(out, at + 4, seconds, 5, false);
+    } else {
+        Put(out, at, seconds, 5, true);
+        Put(out, at + 5, nanos, 4, layout == TimeLayout::kB);
     }
 }
 

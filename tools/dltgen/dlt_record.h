@@ -34,13 +34,17 @@ struct Arg {
 };
 
 enum class MessageType : uint8_t { kLog = 0, kAppTrace = 1, kNwTrace = 2, kControl = 3 };
+// The layout of a version 2 storage time: A seconds (BE 5) then nanoseconds LE, as the COVESA
+// daemon writes on a little-endian host; B the same with nanoseconds BE; C nanoseconds LE then
+// seconds (LE 5), as the COVESA viewer writes.
+enum class TimeLayout : uint8_t { kA, kB, kC };
 
 struct Record {
     int version = 1;
     // storage header
     uint64_t seconds = 1700000000;
-    uint32_t subseconds = 0;      // version 1: microseconds; version 2: nanoseconds
-    bool nanosBigEndian = false;  // version 2: nanoseconds big-endian, not as the real writer does
+    uint32_t subseconds = 0;             // version 1: microseconds; version 2: nanoseconds
+    TimeLayout layout = TimeLayout::kA;  // version 2
     std::string ecu = "ECU1";
     // standard / base header
     uint8_t mcnt = 0;
@@ -74,6 +78,8 @@ std::string Encode(const Record& record);
 // Writes VALUE into the WIDTH bytes of OUT at AT, most significant byte first when BIGENDIAN:
 // the one byte-order writer of the generator, also used to patch encoded records in place.
 void Put(std::string& out, std::size_t at, uint64_t value, int width, bool bigEndian);
+// Writes a version 2 storage time into the 9 bytes of OUT at AT.
+void PutStorageTime(std::string& out, std::size_t at, uint64_t seconds, uint32_t nanos, TimeLayout layout);
 
 }  // namespace zel::dltgen
 

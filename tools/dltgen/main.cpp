@@ -1,13 +1,16 @@
 // dlt-gen: writes a large, deterministic stored DLT log for tests and benchmarks.
 //
-//   dlt-gen --records N [--version 1|2] [--seed S] --out FILE
+//   dlt-gen --records N [--version 1|2] [--layout A|B|C] [--start SECONDS] [--step MICROSECONDS]
+//           [--seed S] --out FILE
 //   dlt-gen --catalogue FILE
 //
 // Records mix sizes (a few bytes to about a kilobyte of payload), levels, application and
 // context ids, verbose argument types and non-verbose messages; the same arguments give the same
-// file. They are drawn from a pool of encoded records whose counter and time stamps are rewritten
-// (Stamp), so that writing runs at disk speed. The catalogue holds one record of every argument
-// type, message type and header option (catalogue.h).
+// file. Record n is stored at START + n * STEP (by default 1700000000 s and 1733 us), a version 2
+// storage time in LAYOUT (TimeLayout, dlt_record.h; A by default). Records are drawn from a pool
+// of encoded records whose counter and time stamps are rewritten (Stamp), so that writing runs at
+// disk speed. The catalogue holds one record of every argument type, message type and header
+// option (catalogue.h).
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -24,6 +27,13 @@ namespace {
 using zel::dltgen::Arg;
 using zel::dltgen::Put;
 using zel::dltgen::Record;
+using zel::dltgen::TimeLayout;
+
+struct Timing {
+    uint64_t start;
+    uint64_t step;  // microseconds
+    TimeLayout layout;
+};
 
 struct Random {
     uint64_t state;
@@ -81,13 +91,13 @@ Record MakeRecord(Random& random, int version) {
 }
 
 // Gives an encoded record the counter and the time stamps of the Nth record of the file.
-void Stamp(std::string& s, int version, uint64_t n) {
-    const uint64_t micros = n * 1733;  // about 577 records a second
+void Stamp(std::string& s, int version, uint64_t n, const Timing& timing) {
+    const uint64_t micros = n * timing.step;
     const uint64_t seconds = micros / 1000000;
     const uint64_t nanos = micros % 1000000 * 1000;
     if (version == 1) {
         s[17] = static_cast<char>(n);
-        Put(s, 4, 1700000000 + seconds, 4, false);
+        Put(s, 4, timing.start + seconds, 4, false);
         Put(s, 8, micros % 1000000, 4, false);
         Put(s, 24, micros / 100, 4, true);  // after the standard header's ECU id
     } else {
@@ -95,8 +105,7 @@ void Stamp(std::string& s, int version, uint64_t n) {
         const std::size_t base = 14 + static_cast<unsigned char>(s[13]);
         const std::size_t timestampAt = base + 7 + ((s[base] & 3) == 0 ? 2 : 0);
         s[base + 4] = static_cast<char>(n);
-        Put(s, 4, 1700000000 + seconds, 5, true);
-        Put(s, 9, nanos, 4, true);
+        zel::dltgen::PutStorageTime(s, 4, timing.start + seconds, static_cast<uint32_t>(nanos), timing.layout);
         Put(s, timestampAt, 0x80000000u | nanos, 4, true);
         Put(s, timestampAt + 4, seconds, 5, true);
     }
@@ -116,7 +125,9 @@ int WriteCatalogue(const char* path) {
 }
 
 int Usage(const char* program) {
-    std::fprintf(stderr, "usage: %s --records N [--version 1|2] [--seed S] --out FILE\n       %s --catalogue FILE\n",
+    std::fprintf(stderr,
+                 "usage: %s --records N [--version 1|2] [--layout A|B|C] [--start SECONDS] [--step MICROSECONDS]\n"
+                 "           [--seed S] --out FILE\n       %s --catalogue FILE\n",
                  program, program);
     return 2;
 }
@@ -125,7 +136,8 @@ int Usage(const char* program) {
 
 int main(int argc, char** argv) {
     std::map<std::string, std::string> options = {
-        {"--records", "0"}, {"--version", "1"}, {"--seed", "1"}, {"--out", ""}};
+        {"--records", "0"}, {"--version", "1"}, {"--layout", "A"}, {"--start", "1700000000"},
+        {"--step", "1733"}, {"--seed", "1"},    {"--out", ""}};
     for (int i = 1; i + 1 < argc; i += 2) {
         const auto option = options.find(argv[i]);
         if (option != options.end()) {
@@ -140,7 +152,12 @@ int main(int argc, char** argv) {
     const int version = std::atoi(options["--version"].c_str());
     const uint64_t seed = std::strtoull(options["--seed"].c_str(), nullptr, 10);
     const std::string out = options["--out"];
-    if (argc % 2 == 0 || records == 0 || out.empty() || (version != 1 && version != 2)) {
+    const std::string layout = options["--layout"];
+    const Timing timing{std::strtoull(options["--start"].c_str(), nullptr, 10),
+                        std::strtoull(options["--step"].c_str(), nullptr, 10),
+                        static_cast<TimeLayout>(layout.empty() ? 0 : layout[0] - 'A')};
+    if (argc % 2 == 0 || records == 0 || out.empty() || (version != 1 && version != 2) || layout.size() != 1 ||
+        layout[0] < 'A' || layout[0] > 'C') {
         return Usage(argv[0]);
     }
 
@@ -159,7 +176,7 @@ int main(int argc, char** argv) {
     uint64_t bytes = 0;
     for (uint64_t n = 0; n < records; ++n) {
         std::string& s = pool[random.Below(pool.size())];
-        Stamp(s, version, n);
+        Stamp(s, version, n, timing);
         bytes += std::fwrite(s.data(), 1, s.size(), file);
     }
     if (std::fclose(file) != 0) {

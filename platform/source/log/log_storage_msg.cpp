@@ -18,7 +18,6 @@ constexpr std::size_t kMarkSize = LogStorageMsg::kMarkSize;
 constexpr std::size_t kV1StorageSize = 16;
 constexpr std::size_t kV1StandardSize = 4;
 constexpr std::size_t kExtendedSize = 10;
-constexpr std::uint32_t kNanosPerSecond = 1000000000;
 
 // HTYP (version 1)
 constexpr std::uint8_t kUseExtendedHeader = 0x01;
@@ -58,12 +57,13 @@ bool IsMark(const std::uint8_t* p) { return LogStorageMsg::StartsWithMark(p, kMa
 }  // namespace
 
 // What the header walk of one record found: everything the record line needs but the payload
-// text. Ids point into the record. A complete walk sets the first five fields; the others only
-// where the header has them. One is made per record: the first five have no initial value,
-// since zeroing the whole struct showed as a few per cent of the decoding.
+// text and a version 2 storage time (read in the file's layout once the record is taken). Ids
+// point into the record. A complete walk sets the first five fields; the others only where the
+// header has them. One is made per record: the first five have no initial value, since zeroing
+// the whole struct showed as a few per cent of the decoding.
 struct LogStorageMsg::Layout {
-    std::size_t length;  // storage header plus LEN
-    timespec storageTime;
+    std::size_t length;    // storage header plus LEN
+    timespec storageTime;  // version 1
     std::uint8_t mcnt;
     bool hasIds;
     const std::uint8_t* payload;
@@ -201,16 +201,8 @@ bool ParseV2Extension(std::uint8_t htyp0, std::uint8_t htyp1, Reader& c, Layout&
     return (htyp1 & kV2Segmentation) == 0 || c.SkipText();
 }
 
-// Storage-header nanoseconds: the real writer stores them little-endian; a value that only
-// makes sense big-endian was written by an older writer.
-long V2StorageNanos(const std::uint8_t* p) {
-    const auto littleEndian = static_cast<std::uint32_t>(LoadLe(p, 4));
-    const auto bigEndian = static_cast<std::uint32_t>(LoadBe(p, 4));
-    return static_cast<long>(littleEndian >= kNanosPerSecond && bigEndian < kNanosPerSecond ? bigEndian : littleEndian);
-}
-
 Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {
-    constexpr std::size_t kFixedStorage = 14;  // mark, seconds (5), nanoseconds (4), ECU id length
+    constexpr std::size_t kFixedStorage = 14;  // mark, storage time (9), ECU id length
     constexpr std::size_t kBaseSize = 7;       // HTYP2, MCNT, LEN
     if (size < kFixedStorage) {
         return Outcome::kIncomplete;
@@ -233,8 +225,6 @@ Outcome ParseV2(const std::uint8_t* data, std::size_t size, Layout& r) {
     if (!ParseV2Conditional(content, c, r) || !ParseV2Extension(base[0], base[1], c, r)) {
         return Outcome::kInvalid;
     }
-    r.storageTime.tv_sec = static_cast<time_t>(LoadBe(data + 4, 5));
-    r.storageTime.tv_nsec = V2StorageNanos(data + 9);
     r.mcnt = base[4];
     r.hasIds = (base[0] & kV2AppContextIds) != 0 && content != kContentNonVerbose;
     SetPayloadKind(content == kContentVerbose, content == kContentControl, r);
@@ -270,12 +260,24 @@ bool OpensNext(const std::uint8_t* p, std::size_t size) {
 
 }  // namespace
 
+LogStorageMsg::Opening LogStorageMsg::Opens(const std::uint8_t* data, std::size_t size) {
+    Layout ignored;
+    switch (Parse(data, size, ignored)) {
+        case Outcome::kComplete:
+            return Opening::kWholeRecord;
+        case Outcome::kIncomplete:
+            return Opening::kCutRecord;
+        case Outcome::kInvalid:
+            break;
+    }
+    return Opening::kNothing;
+}
+
 bool LogStorageMsg::CanOpenRecord(const std::uint8_t* data, std::size_t size) {
     if (size < kMarkSize) {
         return OpensNext(data, size);
     }
-    Layout ignored;
-    return IsMark(data) && Parse(data, size, ignored) != Outcome::kInvalid;
+    return IsMark(data) && Opens(data, size) != Opening::kNothing;
 }
 
 // A record that is not followed by a mark was cut when its writer died when a complete record
@@ -329,7 +331,7 @@ std::size_t LogStorageMsg::FindInnerRecord(const std::uint8_t* data, std::size_t
 
 void LogStorageMsg::Assign(const std::uint8_t* data, const Layout& record) {
     length_ = record.length;
-    storageTime_ = record.storageTime;
+    storageTime_ = data[3] == 0x01 ? record.storageTime : ReadStorageTime(data, storageLayout_);
     dataTime_ = record.dataTime;
     message_.standard_.mcnt_ = record.mcnt;
     message_.standard_.hasExtendedHeader_ = record.hasIds;

@@ -6,9 +6,9 @@
 // Version 1                                  Version 2
 //   storage header, 16 bytes                   storage header, 15 + n bytes
 //     0  4  "DLT" 0x01                           0  4  "DLT" 0x02
-//     4  4  seconds (LE)                         4  5  seconds (BE)
-//     8  4  microseconds (LE, signed)            9  4  nanoseconds (LE; a value of 10^9 or more
-//    12  4  ECU id                                     whose BE reading is below 10^9 is read BE)
+//     4  4  seconds (LE)                         4  9  storage time, in the file's layout
+//     8  4  microseconds (LE, signed)                  (storage_time_layout.h): A is seconds
+//    12  4  ECU id                                     (BE 5), then nanoseconds (LE 4)
 //   standard header                             13  1  n, ECU id length;  14  n  ECU id
 //     0  1  HTYP: 0x01 extended header,         base header
 //           0x02 payload BE, 0x04 ECU id,         0  4  HTYP2: byte 0 bits 0-1 content (0 verbose,
@@ -41,7 +41,8 @@
 // else follows, its writer died inside it and a restarted writer went on: if a complete valid
 // record starts inside its span, decoding restarts there and the bytes in front are skipped; a
 // record without one is taken as it is, so a payload that carries a whole record stays one.
-// Garbage in front of the record is skipped and counted in the result.
+// Garbage in front of the record is skipped and counted in the result. A version 2 storage time
+// is read in the layout set (A until then); nothing else depends on it.
 #ifndef ARA_LOG_LOG_STORAGE_MSG_H
 #define ARA_LOG_LOG_STORAGE_MSG_H
 
@@ -52,6 +53,7 @@
 #include <vector>
 
 #include "ara/log/log_lt_message.h"
+#include "ara/log/storage_time_layout.h"
 
 namespace ara::log {
 
@@ -68,6 +70,9 @@ public:
     // the log daemon stored it).
     std::pair<timespec, timespec> GetPlatformTime() const { return {dataTime_, storageTime_}; }
     const LogLTMessage& GetLogMsg() const { return message_; }
+    // The layout of version 2 storage times: one per file, the same for every decoder of it.
+    void SetStorageLayout(StorageTimeLayout layout) { storageLayout_ = layout; }
+    StorageTimeLayout GetStorageLayout() const { return storageLayout_; }
 
     // The storage mark: "DLT" and the version byte.
     static constexpr std::size_t kMarkSize = 4;
@@ -81,6 +86,10 @@ public:
     // cut by the end of the bytes) whose headers are valid or not all there yet. A mark with
     // invalid headers cannot open a record, however many bytes follow.
     static bool CanOpenRecord(const std::uint8_t* data, std::size_t size);
+    // What a storage mark at data (at least 4 bytes) opens: nothing (its headers are invalid), a
+    // record that the end of the bytes cuts, or a whole record with valid headers.
+    enum class Opening : std::uint8_t { kNothing, kCutRecord, kWholeRecord };
+    static Opening Opens(const std::uint8_t* data, std::size_t size);
 
     // What walking one record's headers found; defined and used by the decoder alone.
     struct Layout;
@@ -95,6 +104,7 @@ private:
     timespec dataTime_{};
     timespec storageTime_{};
     LogLTMessage message_;
+    StorageTimeLayout storageLayout_ = StorageTimeLayout::kA;
 };
 
 }  // namespace ara::log

@@ -11,7 +11,8 @@
 // (the first byte carried): the same two give the same decoding of what follows, whatever came
 // before. The reporter hears, in file order, of every record, of every run of bytes dropped, and
 // of every block end with the count of bytes carried from it. The decoder knows no file
-// positions: its caller reads the file and feeds it.
+// positions: its caller reads the file and feeds it, and gives it the file's layout of version 2
+// storage times (StorageLayoutScan) before the first block, the same for every decoder of a file.
 //
 // One thread uses a decoder; the reporter outlives it.
 #ifndef ZEL_CLT_BLOCK_DECODER_H
@@ -43,6 +44,8 @@ public:
     BlockDecoder(const BlockDecoder&) = delete;
     BlockDecoder& operator=(const BlockDecoder&) = delete;
 
+    void SetStorageLayout(ara::log::StorageTimeLayout layout) { record_.SetStorageLayout(layout); }
+    ara::log::StorageTimeLayout StorageLayout() const { return record_.GetStorageLayout(); }
     // Forgets the bytes held.
     void Reset() { begin_ = end_ = 0; }
     // Takes n bytes as carried, after those held, without judging them: bytes that a block

@@ -5,6 +5,8 @@
 // tailNum records and then prints records as they are appended, polling the size once a
 // second. The file is judged in 2048-byte blocks in both directions; only an incomplete record
 // (or, backwards, the unparsed front of the span, at most one block) is carried between blocks.
+// Before each forward pass the file's layout of version 2 storage times is settled, if the pass
+// needs it (storage_layout_scan.h).
 // Forward, a BlockDecoder judges the blocks and a ConvertText makes the lines (forward_pass.h);
 // the first pass of a long file runs on several threads (parallel_pass.h), the output the same.
 // Record lines go in large pieces (kOutputChunk) to a writer thread, so that writing overlaps
@@ -39,6 +41,7 @@
 #include "file_reader.h"
 #include "forward_pass.h"
 #include "output_writer.h"
+#include "storage_layout_scan.h"
 
 namespace zel::clt {
 
@@ -87,7 +90,9 @@ private:
     FileReader reader_;
     ConvertText text_;
     BlockDecoder decoder_;
-    ara::log::LogStorageMsg backwardRecord_;  // reused for every record tried backwards
+    ara::log::LogStorageMsg backwardRecord_;  // reused for every record tried backwards; finds where
+                                              // records start, which no storage-time layout changes
+    StorageLayoutScan layoutScan_;            // the file's layout of version 2 storage times
 
     std::atomic<bool> following_;             // the follow flag: set from cmd_.isContinue, cleared by Stop
     std::atomic<bool> stopRequested_{false};  // set by Stop: the positioning and a pass end soon after

@@ -222,6 +222,8 @@ void LogConvertService::ReadAndPrintLog() {
         }
         return;
     }
+    layoutScan_.Look(reader_, start - decoder_.CarriedSize(), fileSize_);  // before the pass decodes a record
+    decoder_.SetStorageLayout(layoutScan_.Layout());
     const PassShape shape = !firstPass   ? PassShape{}
                             : firstPass_ ? *firstPass_
                                          : ShapeFor(fileSize_ - start, ThisProcessBudget());

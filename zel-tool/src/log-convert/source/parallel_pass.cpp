@@ -121,6 +121,7 @@ void ParallelPass::Work() {
     try {
         SpanText text(text_.Holding());
         BlockDecoder decoder(text, decoder_.BlockSize());
+        decoder.SetStorageLayout(decoder_.StorageLayout());
         std::vector<uint8_t> look;
         std::unique_lock<std::mutex> lock(mutex_);
         while (!quit_ && next_ < spanCount_) {
