@@ -12,9 +12,9 @@ nothing here passes or fails.
 3. SIGINT during `continue 100000000` on a 280 MB file, while the tool goes back over its
    records: the time from the signal to the exit, five runs.
 """
-import argparse, hashlib, os, signal, subprocess, time
+import hashlib, os, signal, subprocess, time
 
-from processors import SOURCE, put
+from processors import affinity_shim, parser_for, put
 
 
 def digest(command, env=None, preexec=None):
@@ -32,14 +32,9 @@ def pids_group():
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--tool", required=True)
-    parser.add_argument("--gen", required=True)
-    parser.add_argument("--work", default="/tmp/zel-bench-limits")
-    args = parser.parse_args()
-    os.makedirs(args.work, exist_ok=True)
-    shim, log, big = (os.path.join(args.work, name) for name in ("affinity_shim.so", "75MB.log", "280MB.log"))
-    subprocess.run(["cc", "-shared", "-fPIC", "-o", shim, SOURCE + "/test/affinity_shim.c"], check=True)
+    args = parser_for("/tmp/zel-bench-limits").parse_args()
+    shim = affinity_shim(args.work)
+    log, big = (os.path.join(args.work, name) for name in ("75MB.log", "280MB.log"))
     for path, records in ((log, 700000), (big, 2600000)):
         subprocess.run([args.gen, "--records", str(records), "--out", path], check=True, stdout=subprocess.DEVNULL)
     convert = [args.tool, "log-convert", log]

@@ -60,16 +60,28 @@ def quota_group():
     return group
 
 
-def main():
+def parser_for(work):
+    """The options of the benchmarks of the process's limits: the tool, the generator, a folder."""
     parser = argparse.ArgumentParser()
     parser.add_argument("--tool", required=True)
     parser.add_argument("--gen", required=True)
-    parser.add_argument("--work", default="/tmp/zel-bench-processors")
+    parser.add_argument("--work", default=work)
+    return parser
+
+
+def affinity_shim(work):
+    """The shim that fakes the affinity mask (ZEL_SHIM_PROCESSORS), built in the folder work."""
+    os.makedirs(work, exist_ok=True)
+    shim = os.path.join(work, "affinity_shim.so")
+    subprocess.run(["cc", "-shared", "-fPIC", "-o", shim, SOURCE + "/test/affinity_shim.c"], check=True)
+    return shim
+
+
+def main():
+    parser = parser_for("/tmp/zel-bench-processors")
     parser.add_argument("--runs", type=int, default=11)
     args = parser.parse_args()
-    os.makedirs(args.work, exist_ok=True)
-    shim = os.path.join(args.work, "affinity_shim.so")
-    subprocess.run(["cc", "-shared", "-fPIC", "-o", shim, SOURCE + "/test/affinity_shim.c"], check=True)
+    shim = affinity_shim(args.work)
     files = {name: os.path.join(args.work, name + ".log") for name in ("75MB", "330MB", "raw64k", "garbage")}
     for name, records in (("75MB", 700000), ("330MB", 3000000)):
         subprocess.run([args.gen, "--records", str(records), "--out", files[name]], check=True,

@@ -236,8 +236,15 @@ Outcome Parse(const std::uint8_t* data, std::size_t size, Layout& r) {
     return data[3] == 0x01 ? ParseV1(data, size, r) : ParseV2(data, size, r);
 }
 
-// The next storage mark at or after pos, or size.
-std::size_t NextMark(const std::uint8_t* data, std::size_t pos, std::size_t size) {
+// True when the bytes after a record may open the next one: a mark, the start of one cut by
+// the end of the bytes, or nothing.
+bool OpensNext(const std::uint8_t* p, std::size_t size) {
+    return size >= kMarkSize ? IsMark(p) : std::memcmp(p, "DLT", size) == 0;
+}
+
+}  // namespace
+
+std::size_t LogStorageMsg::NextMark(const std::uint8_t* data, std::size_t pos, std::size_t size) {
     while (pos + kMarkSize <= size) {
         const void* d = std::memchr(data + pos, 'D', size - pos - kMarkSize + 1);
         if (d == nullptr) {
@@ -251,14 +258,6 @@ std::size_t NextMark(const std::uint8_t* data, std::size_t pos, std::size_t size
     }
     return size;
 }
-
-// True when the bytes after a record may open the next one: a mark, the start of one cut by
-// the end of the bytes, or nothing.
-bool OpensNext(const std::uint8_t* p, std::size_t size) {
-    return size >= kMarkSize ? IsMark(p) : std::memcmp(p, "DLT", size) == 0;
-}
-
-}  // namespace
 
 LogStorageMsg::Opening LogStorageMsg::Opens(const std::uint8_t* data, std::size_t size) {
     Layout ignored;

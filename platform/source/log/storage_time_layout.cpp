@@ -22,21 +22,13 @@ bool Plausible(const timespec& time) {
     return time.tv_nsec < kNanosPerSecond && time.tv_sec >= kFrom1990 && time.tv_sec < kTo2100;
 }
 
-// The next version 2 mark at or after pos, or size: a search for its first byte and a compare,
-// which outran memmem here (a version 1 file is searched through to the end of the window).
+// The next version 2 mark at or after pos, or size.
 std::size_t NextV2Mark(const std::uint8_t* data, std::size_t pos, std::size_t size) {
-    while (pos + kMarkSize <= size) {
-        const void* d = std::memchr(data + pos, 'D', size - pos - kMarkSize + 1);
-        if (d == nullptr) {
-            break;
-        }
-        pos = static_cast<std::size_t>(static_cast<const std::uint8_t*>(d) - data);
-        if (std::memcmp(data + pos, kMarkV2, kMarkSize) == 0) {
-            return pos;
-        }
-        ++pos;
+    pos = LogStorageMsg::NextMark(data, pos, size);
+    while (pos < size && std::memcmp(data + pos, kMarkV2, kMarkSize) != 0) {
+        pos = LogStorageMsg::NextMark(data, pos + 1, size);
     }
-    return size;
+    return pos;
 }
 
 }  // namespace

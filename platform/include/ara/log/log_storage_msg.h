@@ -82,6 +82,9 @@ public:
         return size >= kMarkSize && data[0] == 'D' && data[1] == 'L' && data[2] == 'T' &&
                (data[3] == 0x01 || data[3] == 0x02);
     }
+    // Where the next storage mark starts at or after pos in the size bytes of data; size where
+    // none does.
+    static std::size_t NextMark(const std::uint8_t* data, std::size_t pos, std::size_t size);
     // True when data (at least one byte) may open a record: a storage mark (or the start of one,
     // cut by the end of the bytes) whose headers are valid or not all there yet. A mark with
     // invalid headers cannot open a record, however many bytes follow.
