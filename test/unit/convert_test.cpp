@@ -314,6 +314,7 @@ TEST_F(ConvertTest, CgroupQuota) {
         {"4:memory:/m\n1:cpu,cpuacct:/svc\n0::/", v2 + v1, {{c + "/svc" + q, "250"}, {c + "/svc" + p, "100"}}, 2.5},
         {"1:cpu,cpuacct:/svc", "", {{c + q, "5"}, {c + p, "10"}, {c + "/svc" + q, "-1"}}, 0.5},
         {"0::/gone", v2, {}, 0},
+        {"0::svc", v2, {{"svc/cpu.max", "1 1"}}, 0},  // no path: read up to the root, not for ever
         {"0::/svc", v2, {{"svc/cpu.max", "20000"}}, 0}};
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const auto& [cgroup, mounts, files, quota] = rows[i];

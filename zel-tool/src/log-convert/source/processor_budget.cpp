@@ -94,7 +94,8 @@ double SmallestOnPath(Hierarchy h) {
         if (h.group.empty()) {
             return smallest;
         }
-        h.group.erase(h.group.rfind('/'));
+        const std::size_t slash = h.group.rfind('/');
+        h.group.erase(slash == std::string::npos ? 0 : slash);  // a path without a slash is one step
     }
 }
 
