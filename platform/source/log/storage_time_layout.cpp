@@ -12,8 +12,8 @@ namespace {
 using bytes::LoadBe;
 using bytes::LoadLe;
 
-constexpr std::uint8_t kMarkV2[] = {'D', 'L', 'T', 0x02};
-constexpr std::size_t kMarkSize = sizeof(kMarkV2);
+constexpr std::size_t kMarkSize = LogStorageMsg::kMarkSize;
+constexpr std::uint8_t kMarkV2[kMarkSize] = {'D', 'L', 'T', 0x02};
 constexpr long kNanosPerSecond = 1000000000;
 constexpr time_t kFrom1990 = 631152000;  // 1990-01-01 00:00:00 UTC
 constexpr time_t kTo2100 = 4102444800;   // 2100-01-01 00:00:00 UTC
