@@ -32,11 +32,14 @@ def expand(parts):
     return ''.join(help_of(p) if p.endswith('.json') else p for p in parts)
 
 def wait_for(done, timeout=60):
-    """Polls until done() holds; the time limit is only a guard against a hang."""
+    """Polls until done() holds once (a state that comes and goes, as a thread's wait, counts);
+    the time limit is only a guard against a hang."""
     end = time.monotonic() + timeout
-    while not done() and time.monotonic() < end:
+    while not done():
+        if time.monotonic() >= end:
+            return False
         time.sleep(0.01)
-    return done()
+    return True
 
 @pytest.fixture(autouse=True)
 def shipped_conf():
