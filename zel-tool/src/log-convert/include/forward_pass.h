@@ -37,6 +37,9 @@ struct PassShape {
 // spans small enough that what the workers hold (ParallelPass::MostHeld) stays within 10 MB and
 // the whole conversion within 16 MB.
 PassShape ShapeFor(uint64_t bytes, const ProcessorBudget& budget);
+// The same with this process's budget, which is read (ThisProcessBudget) only for a pass long
+// enough for workers.
+PassShape ShapeFor(uint64_t bytes);
 
 enum class PassEnd { kDone, kStopped, kReadFailed, kOutputFailed };
 

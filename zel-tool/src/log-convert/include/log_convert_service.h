@@ -48,7 +48,7 @@ namespace zel::clt {
 class LogConvertService {
 public:
     // firstPass: how the first forward pass is cut; by default as ShapeFor says for its length and
-    // the budget of this process.
+    // the budget of this process (read only for a long pass).
     explicit LogConvertService(ConvertCommand cmd, std::optional<PassShape> firstPass = std::nullopt);
     virtual ~LogConvertService() = default;
     LogConvertService(const LogConvertService&) = delete;

@@ -43,6 +43,10 @@ PassShape ShapeFor(uint64_t bytes, const ProcessorBudget& budget) {
     return shape;
 }
 
+PassShape ShapeFor(uint64_t bytes) {
+    return bytes < kParallelFrom ? PassShape{} : ShapeFor(bytes, ThisProcessBudget());
+}
+
 PassEnd RunForwardPass(FileReader& reader, BlockDecoder& decoder, ConvertText& text, TextOutput& out, uint64_t end,
                        const PassShape& shape, const std::atomic<bool>* stop) {
     const uint64_t start = reader.Position();

@@ -224,9 +224,7 @@ void LogConvertService::ReadAndPrintLog() {
     }
     layoutScan_.Look(reader_, start - decoder_.CarriedSize(), fileSize_);  // before the pass decodes a record
     decoder_.SetStorageLayout(layoutScan_.Layout());
-    const PassShape shape = !firstPass   ? PassShape{}
-                            : firstPass_ ? *firstPass_
-                                         : ShapeFor(fileSize_ - start, ThisProcessBudget());
+    const PassShape shape = !firstPass ? PassShape{} : firstPass_ ? *firstPass_ : ShapeFor(fileSize_ - start);
     switch (RunForwardPass(reader_, decoder_, text_, writer_, fileSize_, shape, &stopRequested_)) {
         case PassEnd::kDone:
             break;
